@@ -1,0 +1,398 @@
+/*
+ * Tessel: find and remove duplicates in mail stores and address books.
+ *
+ * This is the whole public interface of libtessel: 63 C functions and the plain records that cross them.
+ *
+ * Conventions
+ * - "32-bit" numbers are int32_t/uint32_t; true/false is a 32-bit int (any non-zero value is true).
+ * - Handles (library, search, matrix, open item, window) and all pointers are native, pointer-sized.
+ * - 8-bit text is UTF-8. Wide text (Key, Name and sID of a PropDesc) is UTF-16 (char16_t).
+ * - Status results: 0 success; -1 a null handle, an unknown API number, a store that is not initialized, an entry
+ *   text that does not parse, or a request the store does not support; -2 a name that could not be resolved, a
+ *   date filter that could not be converted, or a missing entry point; -3 a property of the wrong type; -4 a date
+ *   that could not be converted; anything else is the store's own HRESULT, unchanged.
+ * - Ownership: every list a Get function hands out goes back through the Free function of the same kind; every
+ *   text a TS_ function hands out goes back through TS_FreeBuffer with the same nAPI. Search and matrix objects are
+ *   deleted with Search_Delete and CmpMatrix_Delete before the store's Done and before DeleteTessel.
+ * - No call is thread-safe: a library handle and everything hanging from it is used from one thread at a time.
+ */
+#ifndef TESSEL_H
+#define TESSEL_H
+
+#include <stdint.h>
+#ifndef __cplusplus
+#include <uchar.h>
+#endif
+
+#ifdef __cplusplus
+extern "C" {
+#endif
+
+#if defined(__GNUC__)
+#define TESSEL_API __attribute__((visibility("default")))
+#else
+#define TESSEL_API
+#endif
+
+/* ---- Plain platform records ------------------------------------------------------------------------------- */
+
+#ifndef TESSEL_PLATFORM_TIME_DEFINED
+#define TESSEL_PLATFORM_TIME_DEFINED
+/* 100-nanosecond ticks since 1601-01-01 UTC, split in two 32-bit halves. */
+typedef struct FILETIME {
+    uint32_t dwLowDateTime;
+    uint32_t dwHighDateTime;
+} FILETIME;
+
+/* A calendar time; wDayOfWeek is 0 for Sunday. */
+typedef struct SYSTEMTIME {
+    uint16_t wYear;
+    uint16_t wMonth;
+    uint16_t wDayOfWeek;
+    uint16_t wDay;
+    uint16_t wHour;
+    uint16_t wMinute;
+    uint16_t wSecond;
+    uint16_t wMilliseconds;
+} SYSTEMTIME;
+#endif
+
+typedef void *HWND;            /* a parent window; Tessel never draws one, any value is accepted */
+typedef void *TS_HITEM;        /* an open item, from TS_OpenItem */
+typedef uint32_t TS_HBODY;     /* a body (attachment) of an open message */
+
+/* ---- Opaque objects ------------------------------------------------------------------------------------------ */
+
+typedef struct CTessel CTessel;                   /* the library handle, "pLib" */
+typedef struct CDuplicateSearch CDuplicateSearch; /* a duplicate search, "pSearch" */
+typedef struct CCmpMatrix CCmpMatrix;             /* a comparison matrix, "pMatrix" */
+
+/* ---- API numbers ---------------------------------------------------------------------------------------------- */
+
+#define API_OE 0  /* the message store (Maildir) */
+#define API_WAB 1 /* the address book (vCard) */
+
+/* ---- Property descriptors --------------------------------------------------------------------------------------- */
+
+/* How a property's value is read. */
+#define TS_INTERFACE_VALUE 0  /* a plain value */
+#define TS_INTERFACE_STREAM 1 /* a stream (a message body) */
+
+/* The caller's description of one property. Tag 0 means a named property not yet resolved; resolving writes the
+   tag back here. */
+typedef struct PropDesc {
+    const char16_t *Key;  /* the caller's identifier; only printed in log lines; may be null */
+    const char16_t *Name; /* a name for humans; only printed; may be null */
+    int32_t nUser;        /* the caller's own word; copied, never read */
+    uint32_t Tag;         /* property tag: identifier in the upper 16 bits, PT_* type in the lower 16 */
+    const char *GUID;     /* property set of a named property, "{...}" form; may be null */
+    int32_t nID;          /* numeric name of a named property; non-zero selects it */
+    const char16_t *sID;  /* string name of a named property, used when nID is 0; may be null */
+    uint32_t nType;       /* PT_* type of a named property */
+    uint32_t nInterface;  /* TS_INTERFACE_VALUE or TS_INTERFACE_STREAM; other values are ignored with a log line */
+    int32_t bCompare;     /* search: non-zero, the property decides equality; 0, it only counts towards fullness */
+} PropDesc;
+
+typedef struct PropList {
+    uint32_t nProps;
+    PropDesc *pProps;
+} PropList;
+
+/* ---- Original definitions ---------------------------------------------------------------------------------------- */
+
+#define OD_MOST_FILLED 0    /* more non-empty properties; then earlier arrival */
+#define OD_FIRST_ADDED 1    /* earlier arrival */
+#define OD_LARGEST_VALUES 2 /* larger in more compared properties; then as OD_MOST_FILLED */
+#define OD_LARGEST_MESSAGE 4 /* the larger item; then as OD_MOST_FILLED */
+#define OD_FIELD_VALUE 5    /* holding a given value in a given property; then as OD_MOST_FILLED */
+
+typedef struct OriginalDefinition {
+    int32_t nDefinition; /* one of OD_*; 3, 6 and 7 act as OD_FIRST_ADDED */
+    int32_t nField;      /* OD_FIELD_VALUE: index of the tested property in the PropList */
+    int32_t nFieldType;  /* OD_FIELD_VALUE: 2, 3, 5, 11, 30 or 64 (PT_I2, PT_LONG, PT_DOUBLE, PT_BOOLEAN,
+                            PT_STRING8, PT_SYSTIME) */
+    int32_t bValue;      /* wanted value for type 11 */
+    int32_t nI2Value;    /* wanted value for type 2 */
+    int32_t nLongValue;  /* wanted value for type 3 */
+    double dValue;       /* wanted value for type 5 */
+    SYSTEMTIME stValue;  /* wanted value for type 64 */
+    const char *szValue; /* wanted value for type 30; must not be null then */
+} OriginalDefinition;
+
+/* ---- Build changes ------------------------------------------------------------------------------------------------ */
+
+#define CHANGE_ORIGINAL_ADDED 1
+#define CHANGE_ORIGINAL_REMOVED 2
+#define CHANGE_DUPLICATE_ADDED 3
+#define CHANGE_DUPLICATE_REMOVED 4
+
+/* ---- Comparison matrix --------------------------------------------------------------------------------------------- */
+
+/* One row of the attachment table. All pointers point into the matrix and live as long as it does. */
+typedef struct AttachInfo {
+    const char *szItemID;      /* entry of the item that first holds the attachment; "" if none */
+    const char *szFolderID;    /* its folder entry; "" if none */
+    uint32_t nAttachID;        /* the attachment's identifier within that item */
+    uint32_t nIndex;           /* its place among that item's attachments */
+    const char *szDisplayName; /* the attachment's display name, or null */
+} AttachInfo;
+
+/* ---- Message store records ------------------------------------------------------------------------------------------- */
+
+/* Special folder numbers. */
+#define FOLDER_INBOX 0
+#define FOLDER_OUTBOX 1
+#define FOLDER_SENT 2
+#define FOLDER_DELETED 3
+#define FOLDER_DRAFT 4
+#define FOLDER_OTHER 5
+
+typedef struct OEFolder {
+    uint32_t cbSize;     /* sizeof(OEFolder) */
+    char *szEntry;       /* the folder's entry text */
+    char *szParentEntry; /* the parent's entry text; null directly below the store root */
+    char *szName;
+    int32_t sfType;      /* FOLDER_* */
+    uint32_t cUnread;
+    uint32_t cMessage;
+    int32_t cSubFolders;
+} OEFolder;
+
+typedef struct OEFolders {
+    uint32_t cFolders;
+    OEFolder *pFolders; /* depth-first pre-order; null while empty */
+} OEFolders;
+
+typedef struct OEItem {
+    uint32_t cbSize; /* sizeof(OEItem) */
+    char *szEntry;   /* the item's entry text */
+    uint32_t dwLanguage;
+    uint32_t dwState; /* state flags */
+    uint32_t cbMessage;
+    int32_t priority;
+    FILETIME ftReceived;
+    FILETIME ftSent;
+    char *szSubject; /* may be null; this and the following are null in the fast form */
+    char *szDisplayTo;
+    char *szDisplayFrom;
+    char *szNormalSubject;
+} OEItem;
+
+typedef struct OEItems {
+    uint32_t cItems;
+    OEItem *pItems; /* null when empty */
+} OEItems;
+
+/* ---- Address book records ----------------------------------------------------------------------------------------------- */
+
+#define MAPI_MAILUSER 6
+#define MAPI_DISTLIST 8
+
+typedef struct WABFolder {
+    uint32_t cbSize; /* sizeof(WABFolder) */
+    char *szEntry;   /* the container's entry text */
+    char *szName;    /* may be null */
+    uint32_t ulContainerFlags;
+    int32_t nItems;  /* entries in the container, -1 if unknown */
+} WABFolder;
+
+typedef struct WABFolders {
+    uint32_t cFolders;
+    WABFolder *pFolders; /* null while empty */
+} WABFolders;
+
+typedef struct WABItem {
+    uint32_t cbSize; /* sizeof(WABItem) */
+    char *szEntry;
+    uint32_t nObjectType; /* MAPI_MAILUSER or MAPI_DISTLIST */
+    char *szDisplayName;  /* this and the other texts may be null */
+    char *szEmailAddress;
+    FILETIME ftLastModification; /* 0 if the entry has none */
+    char *szBusinessPhone;
+    char *szHomePhone;
+} WABItem;
+
+typedef struct WABItems {
+    uint32_t cItems;
+    WABItem *pItems; /* null while empty */
+} WABItems;
+
+/* ==== Library and log ================================================================================================== */
+
+/* Creates a library handle; writes null if memory runs out. Touches no store. */
+TESSEL_API void CreateTessel(CTessel **ppLib);
+/* Closes both stores (WABDone, OEDone) and frees the handle; null is ignored silently. */
+TESSEL_API void DeleteTessel(CTessel *pLib);
+/* Configures the log: error-log path, full-log path (either may be null), debug output to stderr, info level.
+   May be called at any time, also before CreateTessel. */
+TESSEL_API void ConfigLog(const char *pszErrorLog, const char *pszLog, int32_t bDebugOutput, int32_t nLevel);
+
+/* ==== Message store ====================================================================================================== */
+
+/* Opens the message store (re-opening it if open); bFlag non-zero creates a missing store. True on success. */
+TESSEL_API int32_t OEInit(CTessel *pLib, HWND hwndOwner, int32_t bFlag);
+/* True while the message store is open. */
+TESSEL_API int32_t OEInitialized(CTessel *pLib);
+/* Hands out the folder tree, depth-first; free with OEFreeFolders. */
+TESSEL_API void OEGetFolders(CTessel *pLib, OEFolders **ppFolders);
+/* Frees a list from OEGetFolders; null is ignored. */
+TESSEL_API void OEFreeFolders(CTessel *pLib, OEFolders *pFolders);
+/* Lists a folder's messages (short records if bFast), sent at or after pSince (UTC, may be null), optionally
+   sorted by sending time; free with OEFreeItems. Status; -2 if pSince does not convert. */
+TESSEL_API int32_t OEGetItems(CTessel *pLib, OEItems **ppItems, const char *pszFolderEntry, int32_t bFast,
+                              const SYSTEMTIME *pSince, int32_t bSort, int32_t bDescending);
+/* Frees a list from OEGetItems; null is ignored. */
+TESSEL_API void OEFreeItems(CTessel *pLib, OEItems *pItems);
+/* Reads one message's record; free with OEFreeItem. Status. */
+TESSEL_API int32_t OEGetItem(CTessel *pLib, OEItem **ppItem, const char *pszItemEntry, int32_t bFast);
+/* Frees a record from OEGetItem; null is ignored. */
+TESSEL_API void OEFreeItem(CTessel *pLib, OEItem *pItem);
+/* Sets or clears state flags of a message. Status. */
+TESSEL_API int32_t OEMarkItem(CTessel *pLib, const char *pszItemEntry, uint32_t dwFlags);
+/* Closes the message store; harmless when it is not open. */
+TESSEL_API void OEDone(CTessel *pLib);
+
+/* ==== Address book ========================================================================================================= */
+
+/* Opens the address book named by pszFileName (a .vcf file or a directory; null for the default). True on success. */
+TESSEL_API int32_t WABInit(CTessel *pLib, const char *pszFileName, int32_t bEnableProfiles, int32_t bUseOeSendMail);
+/* True while the address book is open. */
+TESSEL_API int32_t WABInitialized(CTessel *pLib);
+/* Hands out the containers; free with WABFreeFolders. Status. */
+TESSEL_API int32_t WABGetFolders(CTessel *pLib, WABFolders **ppFolders, int32_t bLocalOnly);
+/* Frees a list from WABGetFolders; null is ignored. */
+TESSEL_API void WABFreeFolders(CTessel *pLib, WABFolders *pFolders);
+/* Lists a container's entries of one object type (0 for all), modified at or after pSince (local time, may be
+   null), optionally sorted; free with WABFreeItems. Status; -2 if pSince does not convert. */
+TESSEL_API int32_t WABGetItems(CTessel *pLib, WABItems **ppItems, const char *pszFolderEntry, uint32_t nObjectType,
+                               int32_t bProfile, int32_t bLocal, const SYSTEMTIME *pSince, int32_t bSort,
+                               int32_t bDescending);
+/* Frees a list from WABGetItems; null is ignored. */
+TESSEL_API void WABFreeItems(CTessel *pLib, WABItems *pItems);
+/* Reads one entry's record; free with WABFreeItem. Status. */
+TESSEL_API int32_t WABGetItem(CTessel *pLib, WABItem **ppItem, const char *pszEntry);
+/* Finds the container of an entry; the text goes back through TS_FreeBuffer(API_WAB). Status. */
+TESSEL_API int32_t WABFindItemFolder(CTessel *pLib, const char *pszEntry, char **ppszFolderEntry, int32_t bLocalOnly);
+/* Frees a record from WABGetItem; null is ignored. */
+TESSEL_API void WABFreeItem(CTessel *pLib, WABItem *pItem);
+/* Puts pszPrefix in front of an entry's display name, once. Status. */
+TESSEL_API int32_t WABMarkItem(CTessel *pLib, const char *pszEntry, const char *pszPrefix);
+/* Closes the address book; harmless when it is not open. */
+TESSEL_API void WABDone(CTessel *pLib);
+
+/* ==== Items of either store ================================================================================================== */
+
+/* Frees a text that a TS_ function or WABFindItemFolder handed out for this nAPI. */
+TESSEL_API void TS_FreeBuffer(CTessel *pLib, int32_t nAPI, void *pBuffer);
+/* Tells which store this is: an identity and a detail text (may come back null); free both with TS_FreeBuffer. */
+TESSEL_API int32_t TS_GetProfileID(CTessel *pLib, int32_t nAPI, char **ppszProfile, char **ppszDetail);
+/* Shows an item: the message source, or the contact, in the program named by TESSEL_VIEWER. Status. */
+TESSEL_API int32_t TS_DisplayItem(CTessel *pLib, int32_t nAPI, const char *pszEntry, HWND hwndParent);
+/* Deletes an item; a message goes to Deleted Items unless bPermanently, and its new entry comes back in
+   *ppszNewEntry (may be null; free with TS_FreeBuffer). Status. */
+TESSEL_API int32_t TS_DeleteItem(CTessel *pLib, int32_t nAPI, const char *pszEntry, int32_t bPermanently,
+                                 char **ppszNewEntry);
+/* Moves an item to another folder; its new entry comes back in *ppszNewEntry (free with TS_FreeBuffer). Status. */
+TESSEL_API int32_t TS_MoveItem(CTessel *pLib, int32_t nAPI, const char *pszEntry, const char *pszFolderEntry,
+                               char **ppszNewEntry);
+/* Opens an item by its entry; close it with TS_CloseItem. Status. */
+TESSEL_API int32_t TS_OpenItem(CTessel *pLib, int32_t nAPI, const char *pszEntry, TS_HITEM *phItem, int32_t bModify);
+/* Closes an item from TS_OpenItem. */
+TESSEL_API void TS_CloseItem(CTessel *pLib, int32_t nAPI, TS_HITEM hItem);
+/* Writes the size of the whole item in bytes. Status. */
+TESSEL_API int32_t TS_GetItemSize(CTessel *pLib, int32_t nAPI, TS_HITEM hItem, uint32_t *pnSize);
+/* Reads a text (or multi-valued text, joined by the list separator); free with TS_FreeBuffer. Status; -3 for
+   another type. */
+TESSEL_API int32_t TS_GetItemTextProp(CTessel *pLib, int32_t nAPI, TS_HITEM hItem, PropDesc *pProp, char **ppszText);
+/* Reads a boolean, 16-bit or 32-bit number. Status; -3 for another type. */
+TESSEL_API int32_t TS_GetItemNumProp(CTessel *pLib, int32_t nAPI, TS_HITEM hItem, PropDesc *pProp, int32_t *pnValue);
+/* Reads a date, in local time if bLocal (address book only). Status; -3 for another type, -4 if it does not
+   convert. */
+TESSEL_API int32_t TS_GetItemDateProp(CTessel *pLib, int32_t nAPI, TS_HITEM hItem, PropDesc *pProp, SYSTEMTIME *pST,
+                                      int32_t bLocal);
+/* Writes a text property of an open item (saved by TS_SaveItem). Status. */
+TESSEL_API int32_t TS_SetItemTextProp(CTessel *pLib, int32_t nAPI, TS_HITEM hItem, PropDesc *pProp,
+                                      const char *pszText);
+/* Writes a number property of an open item (saved by TS_SaveItem). Status. */
+TESSEL_API int32_t TS_SetItemNumProp(CTessel *pLib, int32_t nAPI, TS_HITEM hItem, PropDesc *pProp, int32_t nValue);
+/* Writes a date property of an open item (saved by TS_SaveItem). Status; -4 if it does not convert. */
+TESSEL_API int32_t TS_SetItemDateProp(CTessel *pLib, int32_t nAPI, TS_HITEM hItem, PropDesc *pProp,
+                                      const SYSTEMTIME *pST, int32_t bLocal);
+/* Saves the changes of an open item; nFlags -1 for the store's default. Status. */
+TESSEL_API int32_t TS_SaveItem(CTessel *pLib, int32_t nAPI, TS_HITEM hItem, int32_t nFlags);
+/* Hands out the entry text of an open item; free with TS_FreeBuffer. Status. */
+TESSEL_API int32_t TS_GetItemID(CTessel *pLib, int32_t nAPI, TS_HITEM hItem, char **ppszID);
+/* Copies attachment hBody of hItemFrom into hItemTo (message store only). Status. */
+TESSEL_API int32_t TS_CopyAttachment(CTessel *pLib, int32_t nAPI, TS_HITEM hItemTo, TS_HBODY *phNewBody,
+                                     TS_HITEM hItemFrom, TS_HBODY hBody);
+/* Finds an attachment by name (and size, unless cbSize is 0) from the nFirst-th on (message store only).
+   0 found, 1 not found, else a status. */
+TESSEL_API int32_t TS_FindAttachment(CTessel *pLib, int32_t nAPI, TS_HITEM hItem, TS_HBODY *phBody,
+                                     const char *pszName, uint32_t cbSize, int32_t nFirst);
+
+/* ==== Duplicate search ============================================================================================================ */
+
+/* Creates a search over a store with deep copies of the property list and the original rule; delete it with
+   Search_Delete. Null on a null pLib or an unknown nAPI. */
+TESSEL_API CDuplicateSearch *Search_Create(CTessel *pLib, int32_t nAPI, const PropList *pProps,
+                                           const OriginalDefinition *pOD);
+/* Adds an item; 1 if accepted, 0 if refused. *pbHasDuplicates (may be null) tells whether it has equal items. */
+TESSEL_API int32_t Search_Add(CDuplicateSearch *pSearch, const char *pszItemID, const char *pszFolderID,
+                              int32_t *pbHasDuplicates, int32_t nPriority);
+/* Cuts the groups and returns the number of change records since the previous build. */
+TESSEL_API int32_t Search_Build(CDuplicateSearch *pSearch);
+/* Reads change record nIndex; the texts belong to the search and live until the next build. 1 or 0. */
+TESSEL_API int32_t Search_GetBuildChange(CDuplicateSearch *pSearch, int32_t nIndex, int32_t *pnType,
+                                         const char **ppszOriginalID, const char **ppszOriginalFolderID,
+                                         const char **ppszDuplicateID, const char **ppszDuplicateFolderID,
+                                         int32_t *pnDuplicateIndex);
+/* The number of groups of the last build. */
+TESSEL_API int32_t Search_GetOriginalCount(CDuplicateSearch *pSearch);
+/* Copies a group's original entries; *pnID and *pnFolderID give the buffer sizes and receive the sizes needed. */
+TESSEL_API void Search_GetOriginal(CDuplicateSearch *pSearch, int32_t nGroup, char *pszID, uint32_t *pnID,
+                                   char *pszFolderID, uint32_t *pnFolderID);
+/* The number of duplicates of a group. */
+TESSEL_API int32_t Search_GetDuplicateCount(CDuplicateSearch *pSearch, int32_t nGroup);
+/* Copies a duplicate's entries with the size protocol of Search_GetOriginal. */
+TESSEL_API void Search_GetDuplicate(CDuplicateSearch *pSearch, int32_t nGroup, int32_t nDuplicate, char *pszID,
+                                    uint32_t *pnID, char *pszFolderID, uint32_t *pnFolderID);
+/* Deletes a search. */
+TESSEL_API void Search_Delete(CDuplicateSearch *pSearch);
+
+/* ==== Comparison matrix ============================================================================================================= */
+
+/* Creates a matrix over a store with one column per property; null for an empty list or an unknown nAPI. */
+TESSEL_API CCmpMatrix *CmpMatrix_Create(CTessel *pLib, int32_t nAPI, const PropList *pProps);
+/* Adds an item as the next row; 1 if accepted, 0 if refused. */
+TESSEL_API int32_t CmpMatrix_Add(CCmpMatrix *pMatrix, const char *pszItemID, const char *pszFolderID);
+/* Writes the number of rows and columns. */
+TESSEL_API void CmpMatrix_Size(CCmpMatrix *pMatrix, int32_t *pnRows, int32_t *pnCols);
+/* A cell's equality number: 0 no value, k > 0 the lowest row holding an equal value is k - 1. */
+TESSEL_API int32_t CmpMatrix_Value(CCmpMatrix *pMatrix, int32_t nRow, int32_t nCol);
+/* A cell's value size in bytes. */
+TESSEL_API uint32_t CmpMatrix_ValueSize(CCmpMatrix *pMatrix, int32_t nRow, int32_t nCol);
+/* Builds (or rebuilds) the attachment table of the rows added so far. */
+TESSEL_API void CmpMatrix_BuildAttachMatrix(CCmpMatrix *pMatrix);
+/* The number of attachment-table rows. */
+TESSEL_API int32_t CmpMatrix_AttachCount(CCmpMatrix *pMatrix);
+/* Describes attachment-table row nAttach. 1 or 0. */
+TESSEL_API int32_t CmpMatrix_AttachInfo(CCmpMatrix *pMatrix, uint32_t nAttach, AttachInfo *pInfo);
+/* The attachment-table cell of item row nRow: 0 absent, else 1 + the first row that holds the attachment. */
+TESSEL_API uint32_t CmpMatrix_AttachValue(CCmpMatrix *pMatrix, int32_t nRow, uint32_t nAttach);
+/* Deletes a matrix. */
+TESSEL_API void CmpMatrix_Delete(CCmpMatrix *pMatrix);
+
+/* ==== Others =============================================================================================================================== */
+
+/* Converts a FILETIME to a SYSTEMTIME, to local time if bToLocal. False (and *pnError, if given) on failure. */
+TESSEL_API int32_t FileTime2SystemTime(const FILETIME *pFileTime, SYSTEMTIME *pSystemTime, int32_t bToLocal,
+                                       int32_t *pnError);
+/* Makes a message in the Outbox addressed to pszTo with the *.err and *.log files of pszLogDir attached. Status. */
+TESSEL_API int32_t CreateBugReport(CTessel *pLib, const char *pszTo, const char *pszSubject, const char *pszBody,
+                                   const char *pszLogDir);
+
+#ifdef __cplusplus
+}
+#endif
+
+#endif /* TESSEL_H */
