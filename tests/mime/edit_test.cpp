@@ -112,6 +112,43 @@ TEST(HeaderEditTest, SetHeaderIsEncodedAndReadBack) {
     EXPECT_EQ("old body\r\n", TextBody(pCopy.get(), TXT_PLAIN));
 }
 
+TEST(HeaderEditTest, OnlyTheEditedLinesChange) {
+    const std::string strSource = "Received: a\r\n"
+                                  "odd line without colon\r\n"
+                                  "Subject: old\r\n"
+                                  "X-Keep: folded\r\n"
+                                  "\tcontinued\r\n"
+                                  "Subject: second\r\n"
+                                  "\r\n"
+                                  "body \x01\x02 with = odd bytes\r\n";
+    Ref<IMimeMessage> pMessage;
+    LoadMessage(strSource, &pMessage);
+    PROPVARIANT value{};
+    value.vt = VT_LPSTR;
+    value.pszVal = const_cast<char *>("new");
+    ASSERT_EQ(S_OK, pMessage->SetProp("subject", 0, &value));
+    ASSERT_EQ(S_OK, pMessage->SetProp("X-Added", 0, &value));
+    ASSERT_EQ(S_OK, pMessage->DeleteProp("Received"));
+    EXPECT_EQ("odd line without colon\r\n"
+              "Subject: new\r\n"
+              "X-Keep: folded\r\n"
+              "\tcontinued\r\n"
+              "X-Added: new\r\n"
+              "\r\n"
+              "body \x01\x02 with = odd bytes\r\n",
+              SaveToString(pMessage.get()));
+}
+
+TEST(HeaderEditTest, HeaderlessSourceGetsAHeaderBlockInFront) {
+    Ref<IMimeMessage> pMessage;
+    LoadMessage("just text\nno headers\n", &pMessage);
+    PROPVARIANT value{};
+    value.vt = VT_LPSTR;
+    value.pszVal = const_cast<char *>("s");
+    ASSERT_EQ(S_OK, pMessage->SetProp("Subject", 0, &value));
+    EXPECT_EQ("Subject: s\n\njust text\nno headers\n", SaveToString(pMessage.get()));
+}
+
 TEST(HeaderEditTest, DateAndAddressHeadersCanBeSet) {
     Ref<IMimeMessage> pMessage;
     LoadMessage(kPlain, &pMessage);
