@@ -76,6 +76,17 @@ TEST(PersistTest, NewMessageIsEmpty) {
     EXPECT_EQ(nullptr, pNone);
 }
 
+TEST(PersistTest, NewMessageWithHeadersOnly) {
+    Ref<IMimeMessage> pMessage;
+    ASSERT_EQ(S_OK, MimeOleCreateMessage(nullptr, &pMessage));
+    EXPECT_EQ("", SaveToString(pMessage.get()));
+    PROPVARIANT value{};
+    value.vt = VT_LPSTR;
+    value.pszVal = const_cast<char *>("s");
+    ASSERT_EQ(S_OK, pMessage->SetProp("Subject", 0, &value));
+    EXPECT_EQ("Subject: s\n\n", SaveToString(pMessage.get()));
+}
+
 TEST(PersistTest, OpensAMessageFile) {
     testsupport::TempDir dir;
     std::string strPath = (dir.path() / "m.eml").string();

@@ -238,6 +238,7 @@ HRESULT CMimeMessage::GetSizeMax(ULARGE_INTEGER *pcbSize) {
 HRESULT CMimeMessage::InitNew() {
     Reset();
     m_pMessage = g_mime_message_new(FALSE);
+    m_bHeaderless = true; // headers set on it get a block of their own
     return S_OK;
 }
 
