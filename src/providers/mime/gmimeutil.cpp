@@ -1,6 +1,7 @@
 #include "providers/mime/gmimeutil.h"
 
 #include <cstdlib>
+#include <iterator>
 #include <cstring>
 #include <mutex>
 
@@ -14,7 +15,8 @@ void MimeEnsureInit() {
                                              "WINDOWS-1251", "WINDOWS-1252", "KOI8-R",      "ISO-2022-JP",
                                              "SHIFT_JIS",    "EUC-JP",       "GB18030",     "BIG5",
                                              "EUC-KR",       "UTF-16",       "UTF-7"};
-        for (const char *pszCharset : s_rgCharsets) g_mime_iconv_open("UTF-8", pszCharset);
+        static iconv_t s_rgHeld[std::size(s_rgCharsets)];
+        for (size_t i = 0; i < std::size(s_rgCharsets); i++) s_rgHeld[i] = g_mime_iconv_open("UTF-8", s_rgCharsets[i]);
     });
 }
 
