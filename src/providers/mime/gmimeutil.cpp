@@ -1,8 +1,8 @@
 #include "providers/mime/gmimeutil.h"
 
 #include <cstdlib>
-#include <iterator>
 #include <cstring>
+#include <iterator>
 #include <mutex>
 
 void MimeEnsureInit() {
@@ -17,6 +17,10 @@ void MimeEnsureInit() {
                                              "EUC-KR",       "UTF-16",       "UTF-7"};
         static iconv_t s_rgHeld[std::size(s_rgCharsets)];
         for (size_t i = 0; i < std::size(s_rgCharsets); i++) s_rgHeld[i] = g_mime_iconv_open("UTF-8", s_rgCharsets[i]);
+        std::atexit([] {
+            for (iconv_t cd : s_rgHeld)
+                if (cd != reinterpret_cast<iconv_t>(-1)) g_mime_iconv_close(cd);
+        });
     });
 }
 
