@@ -149,4 +149,19 @@ TEST(CorpusTest, MessageWithANewAttachmentKeepsEverythingElse) {
     }
 }
 
+TEST(CorpusTest, KnownMessageReadsAsAMailClientShowsIt) {
+    SKIP_WITHOUT_SHARED_CORPUS();
+    std::filesystem::path path = testsupport::SharedDir() / "corpus" / "mail" / "mail-mime-parser" / "0222.eml";
+    Ref<IMimeMessage> pMessage;
+    ASSERT_EQ(S_OK, MimeOleOpenMessageFile(path.c_str(), &pMessage));
+    EXPECT_EQ("The Hare and the Tortoise", TextProp(pMessage.get(), "Subject"));
+    EXPECT_EQ("Jürgen Schmürgen", Addresses(pMessage.get(), IAT_TO, AFT_DISPLAY_FRIENDLY)); // raw UTF-8 header
+    EXPECT_EQ("dwsauder@example.com", Addresses(pMessage.get(), IAT_FROM, AFT_DISPLAY_EMAIL));
+    EXPECT_EQ(0u, TextBody(pMessage.get(), TXT_PLAIN).find("\nThe Hare and the Tortoise"));
+    std::vector<HBODY> rgh = Attachments(pMessage.get());
+    ASSERT_EQ(1u, rgh.size());
+    EXPECT_EQ("abc.txt", DisplayName(pMessage.get(), rgh[0]));
+    EXPECT_EQ(0u, BodyData(pMessage.get(), rgh[0]).find("abcdefghijklmnopqrstuvwxyzabcdef"));
+}
+
 } // namespace
