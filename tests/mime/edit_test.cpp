@@ -246,9 +246,12 @@ TEST(BodyEditTest, PlainBodyIsReplacedInPlace) {
     Ref<IMimeMessage> pMessage;
     LoadMessage(kPlain, &pMessage);
     SetText(pMessage.get(), TXT_PLAIN, "new body, naïve\n");
+    std::string strSaved = SaveToString(pMessage.get());
+    for (size_t nPos = strSaved.find('\n'); nPos != std::string::npos; nPos = strSaved.find('\n', nPos + 1))
+        ASSERT_EQ('\r', strSaved[nPos - 1]) << "a message with CRLF keeps CRLF: " << strSaved;
     Ref<IMimeMessage> pCopy;
-    Reload(pMessage.get(), &pCopy);
-    EXPECT_EQ("new body, naïve\n", TextBody(pCopy.get(), TXT_PLAIN));
+    LoadMessage(strSaved, &pCopy);
+    EXPECT_EQ("new body, naïve\n", TextBody(pCopy.get(), TXT_PLAIN)); // the text as it was set
     EXPECT_EQ(HrText(MIME_E_NOT_FOUND), TextBody(pCopy.get(), TXT_HTML));
     EXPECT_EQ("old", TextProp(pCopy.get(), "Subject"));
 }
