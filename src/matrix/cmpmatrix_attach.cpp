@@ -102,7 +102,7 @@ ULONG CCmpMatrix::GetAttachMatrixValue(LONG nRow, ULONG nAttach) const {
         return 0;
     }
     // Rows added after the build lie outside the table until the next build.
-    if (nAttach >= m_AttachRows.size() || nRow < 0 || nRow >= m_nRows || nRow >= m_nAttachStride) {
+    if (nAttach >= m_AttachRows.size() || nRow < 0 || nRow >= m_nAttachStride) {
         g_Log.Error(kLabel, 0, "out of bounds\n");
         return 0;
     }
