@@ -82,8 +82,13 @@ void CCmpMatrix::BuildAttachMatrix() {
 LONG CCmpMatrix::AttachCount() const { return static_cast<LONG>(m_AttachRows.size()); }
 
 bool CCmpMatrix::GetAttachInfo(ULONG nAttach, AttachInfo *pInfo) const {
+    static const char *const kLabel = "CCmpMatrix::GetAttachInfo";
     if (nAttach >= m_AttachRows.size()) {
-        g_Log.Error("CCmpMatrix::GetAttachInfo", 0, "out of bounds\n");
+        g_Log.Error(kLabel, 0, "out of bounds\n");
+        return false;
+    }
+    if (pInfo == nullptr) {
+        g_Log.Assert(false, kLabel, 1);
         return false;
     }
     const AttachEntry *pEntry = m_AttachRows[nAttach];
