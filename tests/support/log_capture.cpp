@@ -49,4 +49,28 @@ std::vector<std::string> LogCapture::Lines() const {
 
 std::vector<std::string> LogCapture::ErrorLines() const { return SplitLines(ReadFileText(ErrorLogPath())); }
 
+CLogCapture::CLogCapture(int nLevel) : m_path((m_dir.path() / "full.log").string()), m_nLevel(nLevel) {
+    g_Log.InitLog(nullptr, m_path.c_str(), false, m_nLevel);
+    m_nSkip = ReadFileText(m_path).size();
+}
+
+CLogCapture::~CLogCapture() { g_Log.InitLog(nullptr, nullptr, false, 1); }
+
+std::string CLogCapture::Text() const { return ReadFileText(m_path); }
+
+std::vector<std::string> CLogCapture::Lines() const {
+    std::string text = Text();
+    std::vector<std::string> lines;
+    for (std::string &line : StripTimeStamps(text.substr(std::min(m_nSkip, text.size()))))
+        if (!line.empty()) lines.push_back(std::move(line));
+    return lines;
+}
+
+void CLogCapture::Clear() {
+    g_Log.InitLog(nullptr, nullptr, false, m_nLevel);
+    std::ofstream(m_path, std::ios::trunc);
+    g_Log.InitLog(nullptr, m_path.c_str(), false, m_nLevel);
+    m_nSkip = ReadFileText(m_path).size();
+}
+
 } // namespace testsupport

@@ -1,5 +1,5 @@
-// Log lines in tests: points g_Log at a full log and an error log in a fresh temporary directory for the life
-// of the object, and reads them back.
+// Log lines in tests: points g_Log at files in a fresh temporary directory for the life of an object, and reads
+// them back. Two flavours from two branches, kept side by side until they are folded into one.
 #pragma once
 
 #include <cstdint>
@@ -39,6 +39,30 @@ public:
 private:
     TempDir m_dir;
     size_t m_nBannerLines = 0;
+};
+
+// Sends g_Log's full log to a temporary file for the life of the object, so that a test can read back the lines
+// the code under test logged. Back to no log at all when it goes.
+class CLogCapture {
+public:
+    explicit CLogCapture(int nLevel = 1);
+    ~CLogCapture();
+    CLogCapture(const CLogCapture &) = delete;
+    CLogCapture &operator=(const CLogCapture &) = delete;
+
+    // Everything written so far, byte for byte, the banner of configuring the log included.
+    std::string Text() const;
+    // The non-empty lines after the banner, each without its date and time:
+    // "Err[0x80004005] in CClass::Method: text".
+    std::vector<std::string> Lines() const;
+    // Forgets what was logged so far.
+    void Clear();
+
+private:
+    TempDir m_dir;
+    std::string m_path;
+    int m_nLevel;
+    size_t m_nSkip = 0; // bytes of the banner that configuring the log wrote
 };
 
 } // namespace testsupport
