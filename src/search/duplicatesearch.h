@@ -1,0 +1,160 @@
+// CDuplicateSearch: finds the items of one store that are equal by a caller's list of properties, cuts them into
+// groups and names one original per group.
+//
+// Equality is worked out incrementally: each Add files the item in one CEqualityTree per compared property and
+// records at once which earlier items are equal to it. Grouping is global: Build ranks every item that has an
+// equal item by the caller's original definition and cuts groups from that order, reporting what changed since
+// the previous Build. Add and Build may alternate, so groups can be shown while a scan is still running.
+//
+// Two items are equal when at least one compared property is non-empty on both sides with equal values, and no
+// property is non-empty on both sides with different values. The relation is symmetric but not transitive.
+//
+// The search reaches the store only through ICompare, which must outlive it.
+#pragma once
+
+#include <cstdint>
+#include <cstdlib>
+#include <map>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "compare/icompare.h"
+#include "search/equalitytree.h"
+#include "search/searchitem.h"
+#include "tessel.h"
+
+using SearchTree = CEqualityTree<SearchItem *>;
+using ItemSet = SearchTree::ElementSet; // items ordered by address, each mapped to itself
+
+struct TagArrayDeleter {
+    void operator()(SPropTagArray *p) const { std::free(p); }
+};
+using TagArrayPtr = std::unique_ptr<SPropTagArray, TagArrayDeleter>;
+
+// One compared property: every accepted item is in exactly one of Tree and EmptyItems, unless a comparator
+// aborted its insertion.
+struct SearchProp {
+    SearchTree Tree;      // items with a non-empty value; a node holds items with equal values
+    ItemSet EmptyItems;   // items whose value is empty
+    PropDesc *pProp;      // the descriptor, an element of the search's own copies
+};
+
+// One difference between the groups of two builds. The strings are copies.
+struct BuildChange {
+    int32_t nType; // CHANGE_ORIGINAL_ADDED ... CHANGE_DUPLICATE_REMOVED
+    std::string OriginalID;
+    std::string OriginalFolderID;
+    std::string DuplicateID;       // empty for the original's own changes
+    std::string DuplicateFolderID;
+    int32_t nIndex;                // CHANGE_DUPLICATE_ADDED: place among the group's duplicates, from 0
+};
+
+class CDuplicateSearch;
+
+// What the tree comparators of one Add get as context.
+struct SearchContext {
+    CDuplicateSearch *pSearch;
+    PropDesc *pProp;
+    SPropValue *pPropValue; // plain properties: the new item's value
+    HITEM hItem;            // the new item, open for the whole Add
+};
+
+class CDuplicateSearch {
+public:
+    CDuplicateSearch();
+    virtual ~CDuplicateSearch();
+    CDuplicateSearch(const CDuplicateSearch &) = delete;
+    CDuplicateSearch &operator=(const CDuplicateSearch &) = delete;
+
+    // Takes deep copies of the descriptors and of the definition, correcting (and logging) what is wrong with
+    // them. Never fails. A null list counts as empty, a null definition as all zero (MostFilled).
+    void Create(ICompare *pCompare, const PropList *pProps, const OriginalDefinition *pOD);
+    // Gives up everything: items, groups, folders, descriptors.
+    void Clear();
+
+    // Opens an item through the folder map (each folder is opened once per search). *phItem is null on failure.
+    HRESULT OpenItem(SearchItem *pItem, HITEM *phItem);
+    void CloseItem(HITEM *phItem);
+
+    // Takes one item in. 1 if accepted, 0 if refused (a refused item leaves no trace). *pbHasDuplicates, if
+    // given, is written only on acceptance: 1 if the item has equal items among the earlier ones. A lower
+    // nPriority makes an item the better original whatever the definition says. Null entries count as "".
+    int32_t Add(const char *szItemID, const char *szFolderID, int32_t *pbHasDuplicates, int32_t nPriority);
+
+    // Cuts the groups anew and returns the number of change records since the previous Build.
+    int32_t Build();
+
+    // Reads change record nIndex; texts stay owned by the search until the next Build, empty ones come out null.
+    bool GetBuildChange(int32_t nIndex, int32_t *pnType, const char **ppszOriginalID,
+                        const char **ppszOriginalFolderID, const char **ppszDuplicateID,
+                        const char **ppszDuplicateFolderID, int32_t *pnDuplicateIndex) const;
+    int32_t GetOriginalCount() const;
+    // The caller keeps nGroup and nDuplicate within the counts; numbers outside them give 0 and write nothing.
+    int32_t GetDuplicateCount(int32_t nGroup) const;
+    // *pnID and *pnFolderID hold the buffer sizes in bytes and receive the sizes needed, terminating zero
+    // included; a string is copied only when its buffer is large enough.
+    void GetOriginal(int32_t nGroup, char *pszID, uint32_t *pnID, char *pszFolderID, uint32_t *pnFolderID) const;
+    void GetDuplicate(int32_t nGroup, int32_t nDuplicate, char *pszID, uint32_t *pnID, char *pszFolderID,
+                      uint32_t *pnFolderID) const;
+
+    // Read-only views of the state, for tests and measurements.
+    const OriginalDefinition &Definition() const { return m_OD; }
+    int32_t PropCount() const { return m_nProps; }
+    const PropDesc *Props() const { return m_pProps.get(); }
+    const std::vector<SearchProp *> &SearchProps() const { return m_SearchProps; }
+    const std::vector<SearchItem *> &Items() const { return m_Items; }
+    const std::map<SearchItem *, ItemSet> &Equals() const { return m_Equals; }
+    const std::vector<std::vector<SearchItem *>> &Groups() const { return m_Groups; }
+    const SPropTagArray *InfoPropTags() const { return m_lpInfoPropTags.get(); }
+    const SPropTagArray *InfoStreamTags() const { return m_lpInfoStreamTags.get(); }
+    const SPropTagArray *CmpPropTags() const { return m_lpCmpPropTags.get(); }
+    const SPropTagArray *CmpStreamTags() const { return m_lpCmpStreamTags.get(); }
+    size_t OpenFolderCount() const { return m_Folders.size(); }
+
+private:
+    // Adding (searchadd.cpp).
+    bool PrepareSearchProps(HITEM hItem);
+    bool FileItem(SearchItem *pItem, HITEM hItem, const char *szItemID);
+    int32_t RefuseItem(SearchItem *pItem, HITEM *phItem);
+    void DestroySearchProps();
+    static int32_t fnCompareValue(SearchItem *pItem1, SearchItem *pItem2, bool *pbAbort, void *pContext);
+    static int32_t fnCompareStream(SearchItem *pItem1, SearchItem *pItem2, bool *pbAbort, void *pContext);
+
+    // Original definition (originaldefinition.cpp).
+    bool CalcODProps(SearchItem *pItem, HITEM hItem);
+    void TestFieldValue(SearchItem *pItem, HITEM hItem);
+    bool ContainsAllTerms(const SPropValue &value) const;
+    static int32_t fnCompareOriginal(SearchItem *pItem1, SearchItem *pItem2, bool *pbAbort, void *pContext);
+    static int32_t fnCompareBuildIndex(SearchItem *pItem1, SearchItem *pItem2, bool *pbAbort, void *pContext);
+
+    // Groups (searchbuild.cpp).
+    std::unique_ptr<ItemSet> FindDuplicates(SearchItem *pItem);
+    void CutGroups(const std::vector<SearchItem *> &order);
+
+    // Changes and results (searchresults.cpp).
+    void RemoveItemFromSearch(SearchItem *pItem);
+    void FillChanges(std::map<SearchItem *, ItemSet> &previous);
+    void AppendChange(int32_t nType, const SearchItem *pOriginal, const SearchItem *pDuplicate, int32_t nIndex);
+    void CopyMember(int32_t nGroup, int32_t nMember, char *pszID, uint32_t *pnID, char *pszFolderID,
+                    uint32_t *pnFolderID) const;
+
+    ULONG CmpTagCount() const;
+
+    ICompare *m_pCompare;
+    std::map<std::string, HFOLDER> m_Folders;
+    int32_t m_nAdded;
+    std::vector<SearchItem *> m_Items;              // owned
+    std::vector<std::vector<SearchItem *>> m_Groups; // element 0 of each group is its original
+    std::vector<BuildChange> m_Changes;
+    std::map<SearchItem *, ItemSet> m_Equals;        // symmetric; an item is never in its own set
+    OriginalDefinition m_OD;
+    std::string m_strFieldValue;                     // lower-cased; m_OD.szValue points here when in use
+    int32_t m_nProps;
+    std::unique_ptr<PropDesc[]> m_pProps;
+    std::vector<SearchProp *> m_SearchProps;         // owned
+    TagArrayPtr m_lpInfoPropTags;
+    TagArrayPtr m_lpInfoStreamTags;
+    TagArrayPtr m_lpCmpPropTags;
+    TagArrayPtr m_lpCmpStreamTags;
+};

@@ -1,0 +1,135 @@
+// CDuplicateSearch: the rule of equality (FindDuplicates) and the cutting of the equality relation into groups
+// (Build).
+#include "log/log.h"
+#include "search/duplicatesearch.h"
+
+namespace {
+
+constexpr const char *kFindLabel = "CDuplicateSearch::FindDuplicates";
+constexpr const char *kBuildLabel = "CDuplicateSearch::Build";
+
+} // namespace
+
+// Works from the per-property indexes alone: no item is compared and the store isn't touched. E holds the
+// candidates that matched on some property and differed on none so far (pItem among them); M the items that
+// were empty wherever pItem had a value so far, so that they are neither in nor out yet.
+std::unique_ptr<ItemSet> CDuplicateSearch::FindDuplicates(SearchItem *pItem)
+{
+    std::unique_ptr<ItemSet> pE, pM;
+    for (SearchProp *pSearchProp : m_SearchProps) {
+        bool bEmpty = pSearchProp->EmptyItems.count(pItem) != 0;
+        bool bFiled = pSearchProp->Tree.FindNode(pItem) != nullptr;
+        if (bEmpty == bFiled)
+            g_Log.Error(kFindLabel, 0, "IsPropEmpty == IsPropNotEmpty, for pItem(%s), Prop(%S)\n",
+                        pItem->ItemID.c_str(), pSearchProp->pProp->Key);
+        if (bEmpty)
+            continue;
+
+        auto pQ = std::make_unique<ItemSet>();
+        pSearchProp->Tree.GetEquals(pItem, *pQ);
+        auto pZ = std::make_unique<ItemSet>(pSearchProp->EmptyItems);
+        if (!pE) {
+            pE = std::move(pQ);
+            pM = std::move(pZ);
+            continue;
+        }
+
+        auto pE2 = std::make_unique<ItemSet>();
+        auto pM2 = std::make_unique<ItemSet>();
+        for (auto &entry : *pE) {
+            SearchItem *k = entry.first;
+            if (pQ->erase(k) || pZ->erase(k))
+                pE2->emplace(k, k);
+            // else k's value differs here: it drops out
+        }
+        for (auto &entry : *pQ) {
+            // Empty so far and matching here for the first time; one not in M differed earlier.
+            SearchItem *k = entry.first;
+            if (pM->erase(k))
+                pE2->emplace(k, k);
+        }
+        for (auto &entry : *pM) {
+            SearchItem *k = entry.first;
+            if (pZ->count(k))
+                pM2->emplace(k, k);
+        }
+        pE = std::move(pE2);
+        pM = std::move(pM2);
+        if (pE->size() <= 1 && pM->empty())
+            break; // nobody is left who could still match
+    }
+
+    if (!pE)
+        return nullptr; // pItem is empty in every property
+    if (!pE->erase(pItem)) {
+        g_Log.Error(kFindLabel, 0, "pItem not in equals!");
+        return nullptr;
+    }
+    if (pE->empty())
+        return nullptr;
+    return pE;
+}
+
+int32_t CDuplicateSearch::Build()
+{
+    // Rank every item that has an equal item, best claim to be an original first.
+    std::vector<SearchItem *> order;
+    {
+        SearchTree ranking;
+        for (auto &entry : m_Equals) {
+            bool bEqual = false;
+            ranking.Insert(fnCompareOriginal, entry.first, &bEqual, this);
+        }
+        ranking.GetItemsReverse(order);
+    }
+    for (size_t i = 0; i < order.size(); i++)
+        order[i]->nBuildIndex = static_cast<int32_t>(i);
+
+    // Put the previous groups aside, keyed by their originals, to report the differences.
+    m_Changes.clear();
+    std::map<SearchItem *, ItemSet> previous;
+    for (auto &group : m_Groups) {
+        ItemSet &members = previous[group[0]];
+        for (SearchItem *pMember : group)
+            members.emplace(pMember, pMember);
+    }
+    m_Groups.clear();
+
+    CutGroups(order);
+    FillChanges(previous);
+    return static_cast<int32_t>(m_Changes.size());
+}
+
+// Each item, in rank order, takes all its directly equal items that no better item has taken yet. Only direct
+// equality counts, so the choice of the originals decides what the groups look like.
+void CDuplicateSearch::CutGroups(const std::vector<SearchItem *> &order)
+{
+    ItemSet done;
+    for (SearchItem *pItem : order) {
+        auto itEquals = m_Equals.find(pItem);
+        if (itEquals == m_Equals.end()) {
+            g_Log.Assert(false, kBuildLabel, 1);
+            continue;
+        }
+        if (done.count(pItem))
+            continue;
+
+        std::vector<SearchItem *> group;
+        {
+            SearchTree members;
+            bool bEqual = false;
+            members.Insert(fnCompareBuildIndex, pItem, &bEqual, this);
+            done.emplace(pItem, pItem);
+            for (auto &entry : itEquals->second) {
+                SearchItem *k = entry.first;
+                if (done.emplace(k, k).second)
+                    members.Insert(fnCompareBuildIndex, k, &bEqual, this);
+            }
+            members.GetItemsReverse(group);
+        }
+        if (group[0] != pItem)
+            g_Log.Error(kBuildLabel, 0, "first element is not original!");
+        if (group.size() >= 2)
+            m_Groups.push_back(std::move(group));
+    }
+}
