@@ -2,7 +2,7 @@
 // and turns a null object into a harmless result.
 #include <new>
 
-#include "compare/propdesc.h"
+#include "compare/taglist.h"
 #include "frame/exports_internal.h"
 #include "matrix/cmpmatrix.h"
 
@@ -25,15 +25,12 @@ TESSEL_API CCmpMatrix *CmpMatrix_Create(CTessel *pLib, int32_t nAPI, const PropL
 
     // Only assertions: a matrix over a store that is not initialized is still made, and its reads fail there.
     ICompare *pCompare = nullptr;
-    SPropTagArray *lpAttachTags = nullptr;
+    TagListPtr lpAttachTags;
     switch (nAPI) {
     case API_OE: {
         g_Log.Assert(pLib->oe.m_Lib.Initialized(), kLabel, 1);
         pCompare = &pLib->oe;
-        constexpr ULONG nTags = sizeof(kOEAttachTags) / sizeof(kOEAttachTags[0]);
-        lpAttachTags = NewTagArray(nTags);
-        lpAttachTags->cValues = nTags;
-        for (ULONG i = 0; i < nTags; ++i) lpAttachTags->aulPropTag[i] = kOEAttachTags[i];
+        lpAttachTags = CopyTagList(kOEAttachTags, sizeof(kOEAttachTags) / sizeof(kOEAttachTags[0]));
         break;
     }
     case API_WAB:
@@ -46,11 +43,10 @@ TESSEL_API CCmpMatrix *CmpMatrix_Create(CTessel *pLib, int32_t nAPI, const PropL
     }
 
     CCmpMatrix *pMatrix = new (std::nothrow) CCmpMatrix();
-    if (pMatrix && !pMatrix->Create(pCompare, pProps, lpAttachTags)) {
+    if (pMatrix && !pMatrix->Create(pCompare, pProps, lpAttachTags.get())) {
         delete pMatrix;
         pMatrix = nullptr;
     }
-    FreeTagArray(lpAttachTags);
     return pMatrix;
 }
 

@@ -1,12 +1,11 @@
 // The matrix object: creation, teardown and size.
 #include "matrix/cmpmatrix.h"
 
-#include "compare/propdesc.h"
+#include "compare/propdesccopy.h"
 #include "log/log.h"
 
 CCmpMatrix::CCmpMatrix()
-    : m_pCompare(nullptr), m_nProps(0), m_pProps(nullptr), m_lpPropTags(nullptr), m_lpStreamTags(nullptr),
-      m_lpAttachTags(nullptr), m_nRows(0), m_pAttachTree(std::make_unique<AttachTree>()), m_nAttachStride(0) {}
+    : m_pCompare(nullptr), m_nProps(0), m_pProps(nullptr), m_nRows(0), m_pAttachTree(std::make_unique<AttachTree>()), m_nAttachStride(0) {}
 
 CCmpMatrix::~CCmpMatrix() { Clear(); }
 
@@ -40,19 +39,14 @@ bool CCmpMatrix::Create(ICompare *pCompare, const PropList *lpProps, const SProp
             g_Log.Error(kLabel, 0, "Ignoring prop with not supported interface(%d)\n", desc.nInterface);
             continue;
         }
-        CopyPropDesc(desc, &m_pProps[nKept++]);
+        CopyPropDesc(&m_pProps[nKept++], desc);
     }
     m_nProps = nKept;
     m_nRows = 0;
 
-    m_lpPropTags = NewTagArray(static_cast<ULONG>(m_nProps));
-    m_lpStreamTags = NewTagArray(static_cast<ULONG>(m_nProps));
-
-    if (lpAttachTags != nullptr) {
-        m_lpAttachTags = NewTagArray(lpAttachTags->cValues);
-        m_lpAttachTags->cValues = lpAttachTags->cValues;
-        for (ULONG i = 0; i < lpAttachTags->cValues; ++i) m_lpAttachTags->aulPropTag[i] = lpAttachTags->aulPropTag[i];
-    }
+    m_lpPropTags = NewTagList(static_cast<ULONG>(m_nProps));
+    m_lpStreamTags = NewTagList(static_cast<ULONG>(m_nProps));
+    if (lpAttachTags != nullptr) m_lpAttachTags = CopyTagList(lpAttachTags->aulPropTag, lpAttachTags->cValues);
     return true;
 }
 
@@ -64,10 +58,9 @@ void CCmpMatrix::Clear() {
     }
     m_nProps = 0;
 
-    FreeTagArray(m_lpPropTags);
-    FreeTagArray(m_lpStreamTags);
-    FreeTagArray(m_lpAttachTags);
-    m_lpPropTags = m_lpStreamTags = m_lpAttachTags = nullptr;
+    m_lpPropTags.reset();
+    m_lpStreamTags.reset();
+    m_lpAttachTags.reset();
 
     for (SearchItem *pItem : m_Items) {
         if (pItem->lpValues != nullptr) m_pCompare->FreeItemProps(pItem->lpValues);

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "compare/icompare.h"
+#include "compare/taglist.h"
 #include "search/equalitytree.h"
 #include "search/searchitem.h"
 
@@ -71,9 +72,9 @@ private:
     ICompare *m_pCompare;
     LONG m_nProps;
     PropDesc *m_pProps;
-    SPropTagArray *m_lpPropTags;
-    SPropTagArray *m_lpStreamTags;
-    SPropTagArray *m_lpAttachTags;
+    TagListPtr m_lpPropTags;   // the columns read as plain values, settled by the first row
+    TagListPtr m_lpStreamTags; // the columns read as streams, likewise
+    TagListPtr m_lpAttachTags; // null: this matrix ignores attachments
     LONG m_nRows;
     std::vector<SearchItem *> m_Items;
     std::vector<MatrixCell> m_Cells;

@@ -14,7 +14,7 @@ void CCmpMatrix::ReadAttachments(HITEM hItem, SearchItem *pItem) {
         for (ULONG i = 0; i < cIDs; ++i) {
             SPropValue *lpValues = nullptr;
             ULONG cValues = 0;
-            hr = m_pCompare->GetAttachProps(hItem, pIDs[i], m_lpAttachTags, &cValues, &lpValues, 0);
+            hr = m_pCompare->GetAttachProps(hItem, pIDs[i], m_lpAttachTags.get(), &cValues, &lpValues, 0);
             if ((hr == S_OK || hr == MAPI_W_ERRORS_RETURNED) && m_pCompare->ValidAttachCmpProps(lpValues, cValues)) {
                 AttachEntry *pEntry = new AttachEntry{pItem, pIDs[i], i, lpValues, cValues};
                 bool bEqual = false;

@@ -35,7 +35,7 @@ bool CCmpMatrix::PrepareColumns(HITEM hItem) {
                         desc.Name);
             continue;
         }
-        SPropTagArray *lpTags = desc.nInterface == TS_INTERFACE_STREAM ? m_lpStreamTags : m_lpPropTags;
+        SPropTagArray *lpTags = desc.nInterface == TS_INTERFACE_STREAM ? m_lpStreamTags.get() : m_lpPropTags.get();
         lpTags->aulPropTag[lpTags->cValues++] = desc.Tag;
     }
     if (m_lpPropTags->cValues == 0 && m_lpStreamTags->cValues == 0) {
@@ -87,7 +87,7 @@ bool CCmpMatrix::Add(const char *szItemID, const char *szFolderID) {
     } else if (m_nRows > 0 || PrepareColumns(hItem)) {
         bool bValuesRead = true;
         if (m_lpPropTags->cValues > 0) {
-            hr = m_pCompare->GetItemProps(hItem, m_lpPropTags, &pItem->cValues, &pItem->lpValues, false);
+            hr = m_pCompare->GetItemProps(hItem, m_lpPropTags.get(), &pItem->cValues, &pItem->lpValues, false);
             if (hr != S_OK && hr != MAPI_W_ERRORS_RETURNED) {
                 g_Log.Error(kAddLabel, hr, "Tessel_GetPropValues (ItemID = %s)\n", pItem->ItemID.c_str());
                 bValuesRead = false;

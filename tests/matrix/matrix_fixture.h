@@ -1,6 +1,7 @@
 // What the matrix tests share: a store in memory, the log read back, and short ways to build columns and rows.
 #pragma once
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <algorithm>
