@@ -5,7 +5,8 @@
 #include "log/log.h"
 
 CCmpMatrix::CCmpMatrix()
-    : m_pCompare(nullptr), m_nProps(0), m_pProps(nullptr), m_nRows(0), m_pAttachTree(std::make_unique<AttachTree>()), m_nAttachStride(0) {}
+    : m_pCompare(nullptr), m_nProps(0), m_pProps(nullptr), m_nRows(0), m_pAttachTree(std::make_unique<AttachTree>()),
+      m_nAttachStride(0) {}
 
 CCmpMatrix::~CCmpMatrix() { Clear(); }
 
@@ -62,10 +63,7 @@ void CCmpMatrix::Clear() {
     m_lpStreamTags.reset();
     m_lpAttachTags.reset();
 
-    for (SearchItem *pItem : m_Items) {
-        if (pItem->lpValues != nullptr) m_pCompare->FreeItemProps(pItem->lpValues);
-        delete pItem;
-    }
+    for (SearchItem *pItem : m_Items) FreeSearchItem(m_pCompare, pItem);
     m_Items.clear();
     m_Cells.clear();
 

@@ -21,9 +21,9 @@ struct MatrixCell {
 // One attachment of one row, as read while the row was added. Equal attachments of all rows share a node of the
 // matrix's attachment tree.
 struct AttachEntry {
-    SearchItem *pItem;   // the row that holds it; not owned
-    ULONG nAttachID;     // its handle within the item
-    ULONG nIndex;        // its place in the item's attachment list
+    SearchItem *pItem;    // the row that holds it; not owned
+    ULONG nAttachID;      // its handle within the item
+    ULONG nIndex;         // its place in the item's attachment list
     SPropValue *lpValues; // owned by the store adaptor: FreeAttachProps
     ULONG cValues;
 };

@@ -32,7 +32,7 @@ int32_t CCmpMatrix::fnCmpAttach(AttachEntry *pNew, AttachEntry *pOld, bool *pbAb
     LONG nResult = -1;
     HRESULT hr = pThis->m_pCompare->CmpAttachProps(pNew->lpValues, pNew->cValues, pOld->lpValues, pOld->cValues,
                                                    &nResult);
-    // A pair that cannot be compared counts as unequal, whatever the result says.
+    // When the comparison fails the preset -1 stands: the pair counts as unequal, the new entry on the lower side.
     if (hr != S_OK) g_Log.Warning("CCmpMatrix::fnCmpAttach", hr, "Cant compare attachment props");
     return nResult;
 }

@@ -98,8 +98,7 @@ bool CCmpMatrix::Add(const char *szItemID, const char *szFolderID) {
 
     if (!bAccepted) {
         g_Log.Warning(kAddLabel, 0, "bad item - ignoring");
-        if (pItem->lpValues != nullptr) m_pCompare->FreeItemProps(pItem->lpValues);
-        delete pItem;
+        FreeSearchItem(m_pCompare, pItem);
         if (hItem != nullptr) m_pCompare->CloseItem(&hItem);
         return false;
     }
