@@ -7,7 +7,7 @@
 #include <vector>
 
 #include "log/log.h"
-#include "support/log_capture.h"
+#include "support/log_text.h"
 #include "support/paths.h"
 
 namespace {

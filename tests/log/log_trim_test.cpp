@@ -4,7 +4,7 @@
 #include <string>
 
 #include "log/log.h"
-#include "support/log_capture.h"
+#include "support/log_text.h"
 #include "support/paths.h"
 
 namespace {

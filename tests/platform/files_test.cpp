@@ -11,7 +11,7 @@
 
 #include "platform/errors.h"
 #include "platform/files.h"
-#include "support/log_capture.h"
+#include "support/log_text.h"
 #include "support/paths.h"
 
 namespace {
