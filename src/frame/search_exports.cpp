@@ -5,13 +5,13 @@
 #include "frame/exports_internal.h"
 #include "search/duplicatesearch.h"
 
-#define TS_ASSERT_SEARCH(pSearch) TS_ASSERT_HANDLE(pSearch, "pSearch != NULL")
+#define TS_ASSERT_SEARCH(pSearch, nPlace) TS_AssertHandle(pSearch, "pSearch != NULL", nPlace)
 
 extern "C" CDuplicateSearch *Search_Create(CTessel *pLib, int32_t nAPI, const PropList *pProps,
                                            const OriginalDefinition *pOD)
 {
     g_Log.Info(2, "Search_Create", "->");
-    TS_ASSERT_LIB(pLib);
+    TS_AssertLib(pLib, 501);
     if (!pLib)
         return nullptr;
 
@@ -43,7 +43,7 @@ extern "C" CDuplicateSearch *Search_Create(CTessel *pLib, int32_t nAPI, const Pr
 extern "C" int32_t Search_Add(CDuplicateSearch *pSearch, const char *pszItemID, const char *pszFolderID,
                               int32_t *pbHasDuplicates, int32_t nPriority)
 {
-    TS_ASSERT_SEARCH(pSearch);
+    TS_ASSERT_SEARCH(pSearch, 502);
     if (!pSearch)
         return 0;
     return pSearch->Add(pszItemID, pszFolderID, pbHasDuplicates, nPriority);
@@ -51,7 +51,7 @@ extern "C" int32_t Search_Add(CDuplicateSearch *pSearch, const char *pszItemID, 
 
 extern "C" int32_t Search_Build(CDuplicateSearch *pSearch)
 {
-    TS_ASSERT_SEARCH(pSearch);
+    TS_ASSERT_SEARCH(pSearch, 503);
     if (!pSearch)
         return 0;
     // The one guarded export: a failed build leaves the items and their equalities intact, and the next build
@@ -69,7 +69,7 @@ extern "C" int32_t Search_GetBuildChange(CDuplicateSearch *pSearch, int32_t nInd
                                          const char **ppszDuplicateID, const char **ppszDuplicateFolderID,
                                          int32_t *pnDuplicateIndex)
 {
-    TS_ASSERT_SEARCH(pSearch);
+    TS_ASSERT_SEARCH(pSearch, 504);
     if (!pSearch)
         return 0;
     return pSearch->GetBuildChange(nIndex, pnType, ppszOriginalID, ppszOriginalFolderID, ppszDuplicateID,
@@ -80,7 +80,7 @@ extern "C" int32_t Search_GetBuildChange(CDuplicateSearch *pSearch, int32_t nInd
 
 extern "C" int32_t Search_GetOriginalCount(CDuplicateSearch *pSearch)
 {
-    TS_ASSERT_SEARCH(pSearch);
+    TS_ASSERT_SEARCH(pSearch, 505);
     if (!pSearch)
         return 0;
     return pSearch->GetOriginalCount();
@@ -89,14 +89,14 @@ extern "C" int32_t Search_GetOriginalCount(CDuplicateSearch *pSearch)
 extern "C" void Search_GetOriginal(CDuplicateSearch *pSearch, int32_t nGroup, char *pszID, uint32_t *pnID,
                                    char *pszFolderID, uint32_t *pnFolderID)
 {
-    TS_ASSERT_SEARCH(pSearch);
+    TS_ASSERT_SEARCH(pSearch, 506);
     if (pSearch)
         pSearch->GetOriginal(nGroup, pszID, pnID, pszFolderID, pnFolderID);
 }
 
 extern "C" int32_t Search_GetDuplicateCount(CDuplicateSearch *pSearch, int32_t nGroup)
 {
-    TS_ASSERT_SEARCH(pSearch);
+    TS_ASSERT_SEARCH(pSearch, 507);
     if (!pSearch)
         return 0;
     return pSearch->GetDuplicateCount(nGroup);
@@ -105,7 +105,7 @@ extern "C" int32_t Search_GetDuplicateCount(CDuplicateSearch *pSearch, int32_t n
 extern "C" void Search_GetDuplicate(CDuplicateSearch *pSearch, int32_t nGroup, int32_t nDuplicate, char *pszID,
                                     uint32_t *pnID, char *pszFolderID, uint32_t *pnFolderID)
 {
-    TS_ASSERT_SEARCH(pSearch);
+    TS_ASSERT_SEARCH(pSearch, 508);
     if (pSearch)
         pSearch->GetDuplicate(nGroup, nDuplicate, pszID, pnID, pszFolderID, pnFolderID);
 }
@@ -113,6 +113,6 @@ extern "C" void Search_GetDuplicate(CDuplicateSearch *pSearch, int32_t nGroup, i
 extern "C" void Search_Delete(CDuplicateSearch *pSearch)
 {
     g_Log.Info(2, "Search_Delete", "->");
-    TS_ASSERT_SEARCH(pSearch);
+    TS_ASSERT_SEARCH(pSearch, 509);
     delete pSearch;
 }
