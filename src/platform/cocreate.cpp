@@ -1,0 +1,28 @@
+#include "platform/cocreate.h"
+
+#include <iterator>
+
+#include "platform/msgstore.h"
+#include "providers/maildir/storefactory.h"
+
+namespace {
+
+struct ClassEntry {
+    const CLSID *pClsid;
+    HRESULT (*pfnCreate)(REFIID riid, void **ppv);
+};
+
+const ClassEntry g_rgClasses[] = {
+    {&CLSID_StoreNamespace, MaildirCreateStoreNamespace},
+};
+
+} // namespace
+
+HRESULT CoCreateInstance(REFCLSID rclsid, IUnknown *pUnkOuter, DWORD dwClsContext, REFIID riid, void **ppv) {
+    if (!ppv) return E_POINTER;
+    *ppv = nullptr;
+    if (pUnkOuter) return CLASS_E_NOAGGREGATION;
+    for (const ClassEntry &entry : g_rgClasses)
+        if (*entry.pClsid == rclsid) return entry.pfnCreate(riid, ppv);
+    return REGDB_E_CLASSNOTREG;
+}
