@@ -21,16 +21,9 @@ inline constexpr STOREFOLDERID FOLDERID_INVALID = 0xFFFFFFFF;
 inline constexpr MESSAGEID MESSAGEID_INVALID = 0xFFFFFFFF;
 inline constexpr MESSAGEID MESSAGEID_FIRST = 0xFFFFFFFF; // GetFirstMessage: start with the lowest id
 
-// Special folders.
-enum SPECIALFOLDER : int32_t {
-    FOLDER_NOTSPECIAL = -1,
-    FOLDER_INBOX = 0,
-    FOLDER_OUTBOX = 1,
-    FOLDER_SENT = 2,
-    FOLDER_DELETED = 3,
-    FOLDER_DRAFT = 4,
-    FOLDER_MAX = 5,
-};
+// Special folders: the numbers FOLDER_INBOX (0), FOLDER_OUTBOX, FOLDER_SENT, FOLDER_DELETED, FOLDER_DRAFT (4) and
+// FOLDER_OTHER (5, a folder that is none of these) of tessel.h.
+using SPECIALFOLDER = int32_t;
 
 // Message state flags.
 inline constexpr DWORD MSG_DELETED = 0x0001;

@@ -1,0 +1,52 @@
+// The messages of one folder by id: the folder's uid list brought in line with its files. Every Refresh re-reads
+// both, so that deliveries and flag changes of other programs show; changes to the list are made under the
+// list's flock, on a fresh reading, and written back by an atomic replace.
+#pragma once
+
+#include <functional>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "providers/maildir/folderfiles.h"
+#include "providers/maildir/uidlist.h"
+
+struct IndexedMessage {
+    MESSAGEID id;
+    DWORD dwState;    // from the file name and the uid list
+    MessageFile file; // where the file is now
+};
+
+using MessageView = std::shared_ptr<const std::vector<IndexedMessage>>; // ascending ids
+
+class CFolderIndex {
+public:
+    explicit CFolderIndex(std::string strDir) : m_strDir(std::move(strDir)) {}
+
+    const std::string &Dir() const { return m_strDir; }
+
+    // Reads the list and the folder's files again. A list that had to change is written back; if it can't be,
+    // a warning is logged and the ids hold for this process.
+    HRESULT Refresh();
+
+    // Under the lock, on a fresh reading: fnChange may change the list (its result ends the update), which is
+    // then written. The view follows the change.
+    HRESULT Update(const std::function<HRESULT(CUidList &)> &fnChange);
+
+    // The messages as of the last Refresh or Update.
+    const MessageView &View() const { return m_view; }
+    const IndexedMessage *Find(MESSAGEID id) const;
+
+    std::string PathOf(const IndexedMessage &msg) const { return MessagePath(m_strDir, msg.file); }
+    std::string UidListPath() const { return m_strDir + "/tessel-uidlist"; }
+
+private:
+    // Parses strText into list, matches it with the files; true in bChanged if the list must be written.
+    HRESULT Pass(const std::string &strText, CUidList &list, bool &bChanged, bool &bDamaged);
+    void BuildView(CUidList &list);
+
+    std::string m_strDir;
+    std::vector<MessageFile> m_files;
+    std::vector<size_t> m_index; // m_index[i]: entry of m_files[i]
+    MessageView m_view = std::make_shared<std::vector<IndexedMessage>>();
+};
