@@ -1,0 +1,94 @@
+#include "providers/mime/bytestream.h"
+
+#include <algorithm>
+#include <cstring>
+#include <new>
+
+namespace {
+
+class CMimeByteStream final : public CRefCounted<IStream> {
+public:
+    explicit CMimeByteStream(std::string strData) : m_strData(std::move(strData)) {}
+
+    HRESULT QueryInterface(REFIID riid, void **ppv) override {
+        if (!ppv) return E_POINTER;
+        if (riid == IID_IUnknown || riid == IID_IStream) {
+            AddRef();
+            *ppv = static_cast<IStream *>(this);
+            return S_OK;
+        }
+        *ppv = nullptr;
+        return E_NOINTERFACE;
+    }
+
+    HRESULT Read(void *pv, ULONG cb, ULONG *pcbRead) override {
+        if (pcbRead) *pcbRead = 0;
+        if (!pv && cb) return E_POINTER;
+        size_t cbLeft = m_nPos < m_strData.size() ? m_strData.size() - m_nPos : 0;
+        size_t n = std::min<size_t>(cb, cbLeft);
+        if (n) std::memcpy(pv, m_strData.data() + m_nPos, n);
+        m_nPos += n;
+        if (pcbRead) *pcbRead = static_cast<ULONG>(n);
+        return S_OK;
+    }
+
+    HRESULT Write(const void *pv, ULONG cb, ULONG *pcbWritten) override {
+        if (pcbWritten) *pcbWritten = 0;
+        if (!pv && cb) return E_POINTER;
+        try {
+            if (m_strData.size() < m_nPos + cb) m_strData.resize(m_nPos + cb);
+        } catch (const std::bad_alloc &) {
+            return E_OUTOFMEMORY;
+        }
+        if (cb) std::memcpy(m_strData.data() + m_nPos, pv, cb);
+        m_nPos += cb;
+        if (pcbWritten) *pcbWritten = cb;
+        return S_OK;
+    }
+
+    HRESULT Seek(LARGE_INTEGER dlibMove, DWORD dwOrigin, ULARGE_INTEGER *plibNewPosition) override {
+        int64_t nBase = 0;
+        switch (dwOrigin) {
+        case STREAM_SEEK_SET: nBase = 0; break;
+        case STREAM_SEEK_CUR: nBase = static_cast<int64_t>(m_nPos); break;
+        case STREAM_SEEK_END: nBase = static_cast<int64_t>(m_strData.size()); break;
+        default: return E_INVALIDARG;
+        }
+        int64_t nPos = nBase + dlibMove.QuadPart;
+        if (nPos < 0) return E_INVALIDARG;
+        m_nPos = static_cast<size_t>(nPos);
+        if (plibNewPosition) plibNewPosition->QuadPart = m_nPos;
+        return S_OK;
+    }
+
+    HRESULT SetSize(ULARGE_INTEGER libNewSize) override {
+        try {
+            m_strData.resize(static_cast<size_t>(libNewSize.QuadPart));
+        } catch (const std::exception &) {
+            return E_OUTOFMEMORY;
+        }
+        return S_OK;
+    }
+
+    HRESULT Commit(DWORD) override { return S_OK; }
+
+    HRESULT Stat(STATSTG *pstatstg, DWORD) override {
+        if (!pstatstg) return E_POINTER;
+        std::memset(pstatstg, 0, sizeof(*pstatstg));
+        pstatstg->type = 2; // STGTY_STREAM
+        pstatstg->cbSize.QuadPart = m_strData.size();
+        return S_OK;
+    }
+
+private:
+    std::string m_strData;
+    size_t m_nPos = 0;
+};
+
+} // namespace
+
+HRESULT MimeCreateByteStream(std::string strData, IStream **ppStream) {
+    if (!ppStream) return E_POINTER;
+    *ppStream = new (std::nothrow) CMimeByteStream(std::move(strData));
+    return *ppStream ? S_OK : E_OUTOFMEMORY;
+}

@@ -1,0 +1,74 @@
+#include "providers/mime/gmimeutil.h"
+
+#include <cstdlib>
+#include <cstring>
+#include <mutex>
+
+void MimeEnsureInit() {
+    static std::once_flag s_once;
+    std::call_once(s_once, [] { g_mime_init(); });
+}
+
+GMimeParserOptions *MimeParserOptions() {
+    static GMimeParserOptions *s_pOptions = [] {
+        MimeEnsureInit();
+        GMimeParserOptions *p = g_mime_parser_options_new();
+        static const char *s_rgCharsets[] = {"UTF-8", "windows-1252", nullptr};
+        g_mime_parser_options_set_fallback_charsets(p, s_rgCharsets);
+        g_mime_parser_options_set_allow_addresses_without_domain(p, TRUE);
+        return p;
+    }();
+    return s_pOptions;
+}
+
+GMimeFormatOptions *MimeFormatOptions(bool bCrLf) {
+    static GMimeFormatOptions *s_rgOptions[2] = {};
+    static std::once_flag s_once;
+    std::call_once(s_once, [] {
+        MimeEnsureInit();
+        for (int i = 0; i < 2; i++) {
+            s_rgOptions[i] = g_mime_format_options_new();
+            g_mime_format_options_set_newline_format(s_rgOptions[i],
+                                                     i ? GMIME_NEWLINE_FORMAT_DOS : GMIME_NEWLINE_FORMAT_UNIX);
+        }
+    });
+    return s_rgOptions[bCrLf ? 1 : 0];
+}
+
+char *MimeDupText(std::string_view sv) {
+    char *p = static_cast<char *>(std::malloc(sv.size() + 1));
+    if (!p) return nullptr;
+    if (!sv.empty()) std::memcpy(p, sv.data(), sv.size());
+    p[sv.size()] = '\0';
+    return p;
+}
+
+HRESULT MimeReadStream(IStream *pStream, std::string &strOut) {
+    strOut.clear();
+    if (!pStream) return E_POINTER;
+    char buffer[65536];
+    for (;;) {
+        ULONG cbRead = 0;
+        HRESULT hr = pStream->Read(buffer, sizeof(buffer), &cbRead);
+        if (FAILED(hr)) return hr;
+        if (cbRead == 0) return S_OK;
+        strOut.append(buffer, cbRead);
+    }
+}
+
+std::string MimeReadGStream(GMimeStream *pStream) {
+    std::string str;
+    if (!pStream) return str;
+    g_mime_stream_reset(pStream);
+    char buffer[16384];
+    for (;;) {
+        ssize_t n = g_mime_stream_read(pStream, buffer, sizeof(buffer));
+        if (n <= 0) break;
+        str.append(buffer, static_cast<size_t>(n));
+    }
+    return str;
+}
+
+bool MimeEqualNoCase(std::string_view a, std::string_view b) {
+    return a.size() == b.size() && g_ascii_strncasecmp(a.data(), b.data(), a.size()) == 0;
+}

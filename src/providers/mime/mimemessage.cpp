@@ -1,0 +1,390 @@
+#include "providers/mime/mimemessage.h"
+
+#include <algorithm>
+#include <cstdlib>
+#include <cstring>
+#include <new>
+
+#include "providers/mime/addresses.h"
+#include "providers/mime/bodytree.h"
+#include "providers/mime/bytestream.h"
+#include "providers/mime/fileio.h"
+#include "providers/mime/headertable.h"
+#include "providers/mime/mimebody.h"
+
+namespace {
+
+// Where the header block ends: just past the first empty line, or the end of the source.
+size_t HeaderBlockEnd(const std::string &str) {
+    if (str.compare(0, 1, "\n") == 0) return 1;
+    if (str.compare(0, 2, "\r\n") == 0) return 2;
+    for (size_t nPos = str.find('\n'); nPos != std::string::npos; nPos = str.find('\n', nPos + 1)) {
+        if (str.compare(nPos + 1, 1, "\n") == 0) return nPos + 2;
+        if (str.compare(nPos + 1, 2, "\r\n") == 0) return nPos + 3;
+    }
+    return str.size();
+}
+
+bool UsesCrLf(const std::string &str) {
+    size_t nPos = str.find('\n');
+    return nPos != std::string::npos && nPos > 0 && str[nPos - 1] == '\r';
+}
+
+// GMime's message of the bytes. Input that has no header block at all becomes a message whose plain body is the
+// whole input, so that nothing of it is out of reach.
+GMimeMessage *ParseMessage(const char *p, size_t cb) {
+    GPtr<GMimeStream> pStream(g_mime_stream_mem_new_with_buffer(p, cb));
+    GPtr<GMimeParser> pParser(g_mime_parser_new_with_stream(pStream.get()));
+    g_mime_parser_set_format(pParser.get(), GMIME_FORMAT_MESSAGE);
+    if (GMimeMessage *pMessage = g_mime_parser_construct_message(pParser.get(), MimeParserOptions()))
+        return pMessage;
+    GMimeMessage *pMessage = g_mime_message_new(FALSE);
+    GPtr<GMimePart> pPart(g_mime_part_new_with_type("text", "plain"));
+    GPtr<GMimeStream> pContent(g_mime_stream_mem_new_with_buffer(p, cb));
+    GPtr<GMimeDataWrapper> pWrapper(
+        g_mime_data_wrapper_new_with_stream(pContent.get(), GMIME_CONTENT_ENCODING_DEFAULT));
+    g_mime_part_set_content(pPart.get(), pWrapper.get());
+    g_mime_message_set_mime_part(pMessage, GMIME_OBJECT(pPart.get()));
+    return pMessage;
+}
+
+} // namespace
+
+CMimeMessage::CMimeMessage() { MimeEnsureInit(); }
+
+CMimeMessage::~CMimeMessage() { Reset(); }
+
+void CMimeMessage::Reset() {
+    for (GMimeObject *pPart : m_rgBodies) g_object_unref(pPart);
+    m_rgBodies.clear();
+    for (GMimeMessage **pp : {&m_pHeaders, &m_pMessage}) {
+        if (*pp) g_object_unref(*pp);
+        *pp = nullptr;
+    }
+    if (m_pEmptyTop) g_object_unref(m_pEmptyTop);
+    m_pEmptyTop = nullptr;
+    m_strSource.clear();
+    m_bDirty = false;
+    m_bCrLf = false;
+}
+
+void CMimeMessage::LoadBytes(std::string strSource) {
+    Reset();
+    m_strSource = std::move(strSource);
+    m_bCrLf = UsesCrLf(m_strSource);
+}
+
+GMimeMessage *CMimeMessage::HeaderMessage() {
+    if (m_pMessage) return m_pMessage;
+    if (!m_pHeaders) m_pHeaders = ParseMessage(m_strSource.data(), HeaderBlockEnd(m_strSource));
+    return m_pHeaders;
+}
+
+GMimeMessage *CMimeMessage::Tree() {
+    if (!m_pMessage) {
+        m_pMessage = ParseMessage(m_strSource.data(), m_strSource.size());
+        if (m_pHeaders) g_object_unref(m_pHeaders);
+        m_pHeaders = nullptr;
+    }
+    return m_pMessage;
+}
+
+GMimeObject *CMimeMessage::TopPart() {
+    GMimeObject *pTop = g_mime_message_get_mime_part(Tree());
+    return pTop == m_pEmptyTop ? nullptr : pTop;
+}
+
+HBODY CMimeMessage::HandleOf(GMimeObject *pPart) {
+    for (size_t i = 0; i < m_rgBodies.size(); i++)
+        if (m_rgBodies[i] == pPart) return static_cast<HBODY>(i + 1);
+    m_rgBodies.push_back(GMIME_OBJECT(g_object_ref(pPart)));
+    return static_cast<HBODY>(m_rgBodies.size());
+}
+
+HRESULT CMimeMessage::ResolveBody(HBODY hBody, bool bNeedTree, MimeHeaderScope *pScope, GMimeObject **ppPart) {
+    *pScope = MimeHeaderScope{};
+    if (ppPart) *ppPart = nullptr;
+    if (hBody == HBODY_ROOT) {
+        GMimeMessage *pMessage = bNeedTree ? Tree() : HeaderMessage();
+        GMimeObject *pTop = g_mime_message_get_mime_part(pMessage);
+        *pScope = MimeHeaderScope{GMIME_OBJECT(pMessage), pTop};
+        if (ppPart) *ppPart = pTop == m_pEmptyTop ? nullptr : pTop;
+        return S_OK;
+    }
+    // Numbered handles come from the parsed tree, and name a body only while it is in it.
+    if (!m_pMessage || hBody == 0 || hBody > m_rgBodies.size()) return MIME_E_INVALID_HANDLE;
+    GMimeObject *pPart = m_rgBodies[hBody - 1];
+    GMimeObject *pTop = TopPart();
+    if (!MimeTreeContains(pTop, pPart)) return MIME_E_INVALID_HANDLE;
+    *pScope = MimeHeaderScope{pPart == pTop ? GMIME_OBJECT(m_pMessage) : nullptr, pPart};
+    if (ppPart) *ppPart = pPart;
+    return S_OK;
+}
+
+HRESULT CMimeMessage::Serialize(std::string &strOut) {
+    if (!m_bDirty) {
+        strOut = m_strSource;
+        return S_OK;
+    }
+    GPtr<GMimeStream> pStream(g_mime_stream_mem_new());
+    if (g_mime_object_write_to_stream(GMIME_OBJECT(Tree()), MimeFormatOptions(m_bCrLf), pStream.get()) < 0)
+        return E_FAIL;
+    strOut = MimeReadGStream(pStream.get());
+    return S_OK;
+}
+
+// ---- IUnknown, IPersistStreamInit --------------------------------------------------------------------------------
+
+HRESULT CMimeMessage::QueryInterface(REFIID riid, void **ppv) {
+    if (!ppv) return E_POINTER;
+    if (riid == IID_IUnknown || riid == IID_IPersist || riid == IID_IPersistStreamInit || riid == IID_IMimeMessage) {
+        AddRef();
+        *ppv = static_cast<IMimeMessage *>(this);
+        return S_OK;
+    }
+    *ppv = nullptr;
+    return E_NOINTERFACE;
+}
+
+HRESULT CMimeMessage::GetClassID(CLSID *pClassID) {
+    if (!pClassID) return E_POINTER;
+    *pClassID = CLSID_IMimeMessage;
+    return S_OK;
+}
+
+HRESULT CMimeMessage::IsDirty() { return m_bDirty ? S_OK : S_FALSE; }
+
+HRESULT CMimeMessage::Load(IStream *pStm) {
+    if (!pStm) return E_INVALIDARG;
+    std::string strSource;
+    HRESULT hr = MimeReadStream(pStm, strSource);
+    if (FAILED(hr)) return hr;
+    LoadBytes(std::move(strSource));
+    return S_OK;
+}
+
+HRESULT CMimeMessage::Save(IStream *pStm, BOOL fClearDirty) {
+    if (!pStm) return E_INVALIDARG;
+    std::string strOut;
+    HRESULT hr = Serialize(strOut);
+    if (FAILED(hr)) return hr;
+    for (size_t nDone = 0; nDone < strOut.size();) {
+        ULONG cbChunk = static_cast<ULONG>(std::min<size_t>(strOut.size() - nDone, 1u << 30));
+        ULONG cbWritten = 0;
+        hr = pStm->Write(strOut.data() + nDone, cbChunk, &cbWritten);
+        if (FAILED(hr)) return hr;
+        if (cbWritten == 0) return STG_E_WRITEFAULT;
+        nDone += cbWritten;
+    }
+    if (fClearDirty && m_bDirty) {
+        m_strSource = std::move(strOut);
+        m_bDirty = false;
+    }
+    return S_OK;
+}
+
+HRESULT CMimeMessage::GetSizeMax(ULARGE_INTEGER *pcbSize) {
+    if (!pcbSize) return E_POINTER;
+    pcbSize->QuadPart = 0;
+    if (!m_bDirty) {
+        pcbSize->QuadPart = m_strSource.size();
+        return S_OK;
+    }
+    std::string strOut;
+    HRESULT hr = Serialize(strOut);
+    if (SUCCEEDED(hr)) pcbSize->QuadPart = strOut.size();
+    return hr;
+}
+
+HRESULT CMimeMessage::InitNew() {
+    Reset();
+    m_pMessage = g_mime_message_new(FALSE);
+    return S_OK;
+}
+
+// ---- IMimeMessage: reading ----------------------------------------------------------------------------------------
+
+HRESULT CMimeMessage::GetMessageSource(IStream **ppStream, DWORD) {
+    if (!ppStream) return E_POINTER;
+    *ppStream = nullptr;
+    std::string strOut;
+    HRESULT hr = Serialize(strOut);
+    return FAILED(hr) ? hr : MimeCreateByteStream(std::move(strOut), ppStream);
+}
+
+HRESULT CMimeMessage::GetFlags(DWORD *pdwFlags) {
+    if (!pdwFlags) return E_POINTER;
+    GMimeObject *pTop = TopPart();
+    DWORD dwFlags = 0;
+    if (!MimeListAttachments(pTop).empty()) dwFlags |= IMF_ATTACHMENTS;
+    if (pTop && GMIME_IS_MULTIPART(pTop)) dwFlags |= IMF_MULTIPART;
+    MimeWalkTree(pTop, [&](GMimeObject *pPart, GMimeMultipart *pParent, int) {
+        if (pParent && GMIME_IS_MULTIPART(pPart)) dwFlags |= IMF_SUBMULTIPART;
+    });
+    if (g_mime_object_get_header(GMIME_OBJECT(m_pMessage), "MIME-Version")) dwFlags |= IMF_MIME;
+    if (MimeFindTextBody(pTop, true)) dwFlags |= IMF_HTML;
+    if (MimeFindTextBody(pTop, false)) dwFlags |= IMF_PLAIN;
+    *pdwFlags = dwFlags;
+    return S_OK;
+}
+
+HRESULT CMimeMessage::Commit(DWORD) { return S_OK; }
+
+HRESULT CMimeMessage::BindToObject(const HBODY hBody, REFIID riid, void **ppvObject) {
+    if (!ppvObject) return E_INVALIDARG;
+    *ppvObject = nullptr;
+    bool bNeedTree = riid == IID_IStream || riid == IID_IMimeBody;
+    MimeHeaderScope scope{};
+    GMimeObject *pPart = nullptr;
+    HRESULT hr = ResolveBody(hBody, bNeedTree, &scope, &pPart);
+    if (FAILED(hr)) return hr;
+
+    if (riid == IID_IMimePropertySet || riid == IID_IMimeBody || riid == IID_IUnknown) {
+        IMimeBody *pBody = nullptr;
+        hr = MimeCreateBodyObject(this, hBody, &pBody);
+        *ppvObject = pBody;
+        return hr;
+    }
+    if (riid == IID_IMimeHeaderTable) {
+        IMimeHeaderTable *pTable = nullptr;
+        hr = MimeCreateHeaderTable(MimeCollectHeaderRows(scope), &pTable);
+        *ppvObject = pTable;
+        return hr;
+    }
+    if (riid == IID_IStream) {
+        if (!pPart) return MIME_E_NOT_FOUND;
+        std::string strData;
+        if (GMIME_IS_MULTIPART(pPart)) {
+            GPtr<GMimeStream> pStream(g_mime_stream_mem_new());
+            g_mime_object_write_content_to_stream(pPart, MimeFormatOptions(m_bCrLf), pStream.get());
+            strData = MimeReadGStream(pStream.get());
+        } else {
+            strData = MimeDecodedContent(pPart);
+        }
+        IStream *pStream = nullptr;
+        hr = MimeCreateByteStream(std::move(strData), &pStream);
+        *ppvObject = pStream;
+        return hr;
+    }
+    return E_NOINTERFACE;
+}
+
+HRESULT CMimeMessage::IsBodyType(HBODY hBody, IMSGBODYTYPE bodytype) {
+    MimeHeaderScope scope{};
+    GMimeObject *pPart = nullptr;
+    HRESULT hr = ResolveBody(hBody, true, &scope, &pPart);
+    if (FAILED(hr)) return hr;
+    bool bIs = false;
+    switch (bodytype) {
+    case IBT_ATTACHMENT: {
+        auto rgAttachments = MimeListAttachments(TopPart());
+        bIs = pPart && std::find(rgAttachments.begin(), rgAttachments.end(), pPart) != rgAttachments.end();
+        break;
+    }
+    case IBT_EMPTY: bIs = !pPart || (!GMIME_IS_MULTIPART(pPart) && MimeDecodedContent(pPart).empty()); break;
+    case IBT_SECURE:
+        bIs = pPart && (GMIME_IS_MULTIPART_SIGNED(pPart) || GMIME_IS_MULTIPART_ENCRYPTED(pPart) ||
+                        MimeIsType(pPart, "application", "pkcs7-mime"));
+        break;
+    case IBT_CSETTAGGED: bIs = pPart && g_mime_object_get_content_type_parameter(pPart, "charset"); break;
+    case IBT_AUTOATTACH: bIs = false; break;
+    default: return MIME_E_INVALID_BODYTYPE;
+    }
+    return bIs ? S_OK : S_FALSE;
+}
+
+HRESULT CMimeMessage::GetBodyProp(HBODY hBody, LPCSTR pszName, DWORD dwFlags, LPPROPVARIANT pValue) {
+    MimeHeaderScope scope{};
+    HRESULT hr = ResolveBody(hBody, false, &scope, nullptr);
+    return FAILED(hr) ? hr : MimeGetHeaderProp(scope, pszName, dwFlags, pValue);
+}
+
+HRESULT CMimeMessage::SetBodyProp(HBODY hBody, LPCSTR pszName, DWORD dwFlags, LPCPROPVARIANT pValue) {
+    MimeHeaderScope scope{};
+    HRESULT hr = ResolveBody(hBody, true, &scope, nullptr);
+    if (SUCCEEDED(hr)) hr = MimeSetHeaderProp(scope, pszName, dwFlags, pValue);
+    if (SUCCEEDED(hr)) m_bDirty = true;
+    return hr;
+}
+
+HRESULT CMimeMessage::DeleteBodyProp(HBODY hBody, LPCSTR pszName) {
+    MimeHeaderScope scope{};
+    HRESULT hr = ResolveBody(hBody, true, &scope, nullptr);
+    if (SUCCEEDED(hr)) hr = MimeDeleteHeaderProp(scope, pszName);
+    if (SUCCEEDED(hr)) m_bDirty = true;
+    return hr;
+}
+
+HRESULT CMimeMessage::GetProp(LPCSTR pszName, DWORD dwFlags, LPPROPVARIANT pValue) {
+    return GetBodyProp(HBODY_ROOT, pszName, dwFlags, pValue);
+}
+
+HRESULT CMimeMessage::SetProp(LPCSTR pszName, DWORD dwFlags, LPCPROPVARIANT pValue) {
+    return SetBodyProp(HBODY_ROOT, pszName, dwFlags, pValue);
+}
+
+HRESULT CMimeMessage::DeleteProp(LPCSTR pszName) { return DeleteBodyProp(HBODY_ROOT, pszName); }
+
+HRESULT CMimeMessage::GetTextBody(DWORD dwTxtType, ENCODINGTYPE, IStream **ppStream, LPHBODY phBody) {
+    if (ppStream) *ppStream = nullptr;
+    if (phBody) *phBody = 0;
+    if (dwTxtType != TXT_PLAIN && dwTxtType != TXT_HTML) return MIME_E_INVALID_TEXT_TYPE;
+    GMimeObject *pPart = MimeFindTextBody(TopPart(), dwTxtType == TXT_HTML);
+    if (!pPart) return MIME_E_NOT_FOUND;
+    if (ppStream) {
+        HRESULT hr = MimeCreateByteStream(MimeTextContent(pPart), ppStream);
+        if (FAILED(hr)) return hr;
+    }
+    if (phBody) *phBody = HandleOf(pPart);
+    return S_OK;
+}
+
+HRESULT CMimeMessage::GetAttachments(ULONG *pcAttach, LPHBODY *pprghAttach) {
+    if (!pcAttach || !pprghAttach) return E_INVALIDARG;
+    *pcAttach = 0;
+    *pprghAttach = nullptr;
+    std::vector<GMimeObject *> rgParts = MimeListAttachments(TopPart());
+    if (rgParts.empty()) return S_OK;
+    auto *rgh = static_cast<HBODY *>(std::malloc(rgParts.size() * sizeof(HBODY)));
+    if (!rgh) return E_OUTOFMEMORY;
+    for (size_t i = 0; i < rgParts.size(); i++) rgh[i] = HandleOf(rgParts[i]);
+    *pcAttach = static_cast<ULONG>(rgParts.size());
+    *pprghAttach = rgh;
+    return S_OK;
+}
+
+HRESULT CMimeMessage::GetAddressFormat(DWORD dwAdrType, ADDRESSFORMAT format, LPSTR *ppszFormat) {
+    if (!ppszFormat) return E_INVALIDARG;
+    *ppszFormat = nullptr;
+    if (format > AFT_DISPLAY_BOTH) return E_INVALIDARG;
+    std::string str = MimeFormatAddresses(HeaderMessage(), dwAdrType, format);
+    if (str.empty()) return MIME_E_NOT_FOUND;
+    *ppszFormat = MimeDupText(str);
+    return *ppszFormat ? S_OK : E_OUTOFMEMORY;
+}
+
+// ---- Entry points ---------------------------------------------------------------------------------------------------
+
+HRESULT MimeOleCreateMessage(IUnknown *pUnkOuter, IMimeMessage **ppMessage) {
+    if (!ppMessage) return E_POINTER;
+    *ppMessage = nullptr;
+    if (pUnkOuter) return E_INVALIDARG;
+    auto *pMessage = new (std::nothrow) CMimeMessage();
+    if (!pMessage) return E_OUTOFMEMORY;
+    pMessage->InitNew();
+    *ppMessage = pMessage;
+    return S_OK;
+}
+
+HRESULT MimeOleOpenMessageFile(LPCSTR pszPath, IMimeMessage **ppMessage) {
+    if (!ppMessage) return E_POINTER;
+    *ppMessage = nullptr;
+    std::string strSource;
+    HRESULT hr = MimeReadFile(pszPath, strSource);
+    if (FAILED(hr)) return hr;
+    auto *pMessage = new (std::nothrow) CMimeMessage();
+    if (!pMessage) return E_OUTOFMEMORY;
+    pMessage->LoadBytes(std::move(strSource));
+    *ppMessage = pMessage;
+    return S_OK;
+}

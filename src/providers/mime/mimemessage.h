@@ -1,0 +1,87 @@
+// IMimeMessage over a GMimeMessage.
+//
+// A loaded message keeps its source bytes. Header reads parse the header block alone; the whole tree is parsed
+// when a body, an attachment, a flag or an edit needs it. A message that was not edited saves as the bytes it was
+// loaded from; an edited one is written by GMime.
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "platform/mimeole.h"
+#include "providers/mime/gmimeutil.h"
+#include "providers/mime/headers.h"
+
+class CMimeMessage final : public CRefCounted<IMimeMessage> {
+public:
+    CMimeMessage();
+    CMimeMessage(const CMimeMessage &) = delete;
+    CMimeMessage &operator=(const CMimeMessage &) = delete;
+
+    // Replaces the content with these bytes, unparsed.
+    void LoadBytes(std::string strSource);
+
+    // IUnknown
+    HRESULT QueryInterface(REFIID riid, void **ppv) override;
+
+    // IPersistStreamInit
+    HRESULT GetClassID(CLSID *pClassID) override;
+    HRESULT IsDirty() override;
+    HRESULT Load(IStream *pStm) override;
+    HRESULT Save(IStream *pStm, BOOL fClearDirty) override;
+    HRESULT GetSizeMax(ULARGE_INTEGER *pcbSize) override;
+    HRESULT InitNew() override;
+
+    // IMimeMessage
+    HRESULT GetMessageSource(IStream **ppStream, DWORD dwFlags) override;
+    HRESULT GetFlags(DWORD *pdwFlags) override;
+    HRESULT Commit(DWORD dwFlags) override;
+    HRESULT BindToObject(const HBODY hBody, REFIID riid, void **ppvObject) override;
+    HRESULT DeleteBody(HBODY hBody, DWORD dwFlags) override;
+    HRESULT IsBodyType(HBODY hBody, IMSGBODYTYPE bodytype) override;
+    HRESULT GetBodyProp(HBODY hBody, LPCSTR pszName, DWORD dwFlags, LPPROPVARIANT pValue) override;
+    HRESULT SetBodyProp(HBODY hBody, LPCSTR pszName, DWORD dwFlags, LPCPROPVARIANT pValue) override;
+    HRESULT GetProp(LPCSTR pszName, DWORD dwFlags, LPPROPVARIANT pValue) override;
+    HRESULT SetProp(LPCSTR pszName, DWORD dwFlags, LPCPROPVARIANT pValue) override;
+    HRESULT DeleteProp(LPCSTR pszName) override;
+    HRESULT GetTextBody(DWORD dwTxtType, ENCODINGTYPE ietEncoding, IStream **ppStream, LPHBODY phBody) override;
+    HRESULT SetTextBody(DWORD dwTxtType, ENCODINGTYPE ietEncoding, HBODY hAlternative, IStream *pStream,
+                        LPHBODY phBody) override;
+    HRESULT AttachObject(REFIID riid, void *pvObject, LPHBODY phBody) override;
+    HRESULT AttachFile(LPCSTR pszFilePath, IStream *pstmFile, LPHBODY phBody) override;
+    HRESULT GetAttachments(ULONG *pcAttach, LPHBODY *pprghAttach) override;
+    HRESULT GetAddressFormat(DWORD dwAdrType, ADDRESSFORMAT format, LPSTR *ppszFormat) override;
+
+    // For the objects bound to a body: its headers, and with bNeedTree its part in the parsed tree.
+    HRESULT ResolveBody(HBODY hBody, bool bNeedTree, MimeHeaderScope *pScope, GMimeObject **ppPart);
+    HRESULT DeleteBodyProp(HBODY hBody, LPCSTR pszName);
+
+private:
+    ~CMimeMessage() override;
+
+    void Reset();
+    // The message whose headers are current: the parsed tree if there is one, else the header block alone.
+    GMimeMessage *HeaderMessage();
+    // The whole tree, parsed on first use.
+    GMimeMessage *Tree();
+    // The top part of the tree, or null for a message without a body.
+    GMimeObject *TopPart();
+    HBODY HandleOf(GMimeObject *pPart);
+    // What Save writes.
+    HRESULT Serialize(std::string &strOut);
+
+    // Body edits (bodyedit.cpp).
+    void ReplacePart(GMimeObject *pOld, GMimeObject *pNew);
+    void SetTopPart(GMimeObject *pPart);
+    void AddToMixed(GMimeObject *pPart, bool bFirst);
+    HRESULT AddAttachment(std::string strData, const char *pszContentType, const char *pszFileName,
+                          LPHBODY phBody);
+
+    std::string m_strSource;             // the bytes last loaded or saved
+    GMimeMessage *m_pHeaders = nullptr;  // the header block alone, until the tree is parsed
+    GMimeMessage *m_pMessage = nullptr;  // the parsed tree
+    GMimeObject *m_pEmptyTop = nullptr;  // stands in for a deleted top body (GMime needs one)
+    std::vector<GMimeObject *> m_rgBodies; // handle n names m_rgBodies[n - 1]; one reference each
+    bool m_bDirty = false;
+    bool m_bCrLf = false;
+};
