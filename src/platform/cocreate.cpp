@@ -2,6 +2,7 @@
 
 #include <iterator>
 
+#include "platform/mimeole.h"
 #include "platform/msgstore.h"
 #include "providers/maildir/storefactory.h"
 
@@ -12,8 +13,18 @@ struct ClassEntry {
     HRESULT (*pfnCreate)(REFIID riid, void **ppv);
 };
 
+HRESULT CreateMimeAllocator(REFIID riid, void **ppv) {
+    IMimeAllocator *pAllocator = nullptr;
+    HRESULT hr = MimeOleCreateAllocator(&pAllocator);
+    if (FAILED(hr)) return hr;
+    hr = pAllocator->QueryInterface(riid, ppv);
+    pAllocator->Release();
+    return hr;
+}
+
 const ClassEntry g_rgClasses[] = {
     {&CLSID_StoreNamespace, MaildirCreateStoreNamespace},
+    {&CLSID_IMimeAllocator, CreateMimeAllocator},
 };
 
 } // namespace

@@ -1,5 +1,6 @@
 // Object creation by class id, as the store classes ask for their platform objects. The classes we provide stand
-// in one table in cocreate.cpp; an unknown class gives REGDB_E_CLASSNOTREG.
+// in one table in cocreate.cpp (the message store namespace, the MIME allocator); an unknown class gives
+// REGDB_E_CLASSNOTREG.
 #pragma once
 
 #include "platform/com.h"
