@@ -124,6 +124,49 @@ TEST_F(FolderTest, SeesDeliveryAndFlagChangesOfOtherProgramsBetweenEnumerations)
     pNs->Release();
 }
 
+void AgeBy(const fs::path &path, int nSeconds) {
+    struct stat st;
+    ASSERT_EQ(stat(path.c_str(), &st), 0);
+    timespec times[2] = {{st.st_mtim.tv_sec - nSeconds, 0}, {st.st_mtim.tv_sec - nSeconds, 0}};
+    ASSERT_EQ(utimensat(AT_FDCWD, path.c_str(), times, 0), 0);
+}
+
+TEST_F(FolderTest, AnUnchangedFolderIsNotReadAgainButAnyChangeIsSeen) {
+    IStoreNamespace *pNs = Open();
+    IStoreFolder *pInbox = OpenSpecial(pNs, FOLDER_INBOX);
+    ASSERT_EQ(List(pInbox).size(), 3u);
+    fs::path list = Root() / "tessel-uidlist";
+    for (const fs::path &p : {list, Root() / "cur", Root() / "new"}) AgeBy(p, 10);
+    ASSERT_EQ(List(pInbox).size(), 3u); // read again, and from now on these times are trusted
+
+    // The list changed behind the store's back, same inode, size and time: the reading is skipped.
+    struct stat st;
+    ASSERT_EQ(stat(list.c_str(), &st), 0);
+    std::string strList = ReadFile(list);
+    size_t n = strList.find("\n1 0 c ");
+    ASSERT_NE(n, std::string::npos);
+    strList[n + 1] = '7'; // ids out of order: a reading would find the list damaged
+    WriteFile(list, strList);
+    timespec times[2] = {st.st_mtim, st.st_mtim};
+    ASSERT_EQ(utimensat(AT_FDCWD, list.c_str(), times, 0), 0);
+    std::vector<Listed> cached = List(pInbox);
+    ASSERT_EQ(cached.size(), 3u);
+    EXPECT_EQ(cached[0].id, 1u);
+    EXPECT_EQ(LogText().find("damaged"), std::string::npos);
+
+    // A flag change by another program touches cur/: the next enumeration reads everything again.
+    fs::rename(Root() / "cur" / "1002.M1P1.host:2,S", Root() / "cur" / "1002.M1P1.host:2,FS");
+    std::vector<Listed> listed = List(pInbox);
+    ASSERT_EQ(listed.size(), 3u);
+    EXPECT_NE(LogText().find("damaged"), std::string::npos);
+    bool bSeen = false;
+    for (const Listed &l : listed)
+        if (l.strSubject == "first-2") bSeen = l.dwState == MSG_FLAGGED;
+    EXPECT_TRUE(bSeen);
+    pInbox->Release();
+    pNs->Release();
+}
+
 TEST_F(FolderTest, SetFlagsRenamesForMaildirFlagsAndKeepsOtherBitsInTheUidList) {
     IStoreNamespace *pNs = Open();
     IStoreFolder *pInbox = OpenSpecial(pNs, FOLDER_INBOX);

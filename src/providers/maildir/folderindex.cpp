@@ -71,7 +71,33 @@ void CFolderIndex::BuildView(CUidList &list) {
     m_view = std::move(view);
 }
 
+CFolderIndex::FolderSig CFolderIndex::TakeSig() const {
+    FolderSig sig;
+    const std::string rgPaths[3] = {UidListPath(), m_strDir + "/cur", m_strDir + "/new"};
+    for (size_t i = 0; i < sig.size(); ++i) {
+        struct stat st;
+        if (stat(rgPaths[i].c_str(), &st) != 0) continue;
+        sig[i] = FileSig{static_cast<uint64_t>(st.st_dev), static_cast<uint64_t>(st.st_ino),
+                         static_cast<uint64_t>(st.st_size),
+                         static_cast<int64_t>(st.st_mtim.tv_sec) * 1000000000 + st.st_mtim.tv_nsec};
+    }
+    return sig;
+}
+
+bool CFolderIndex::Settled(const FolderSig &sig) {
+    // A change within the same clock tick as the reading would leave the time as it was: only times older than
+    // a second say for sure that nothing changed since.
+    timespec now{};
+    clock_gettime(CLOCK_REALTIME, &now);
+    int64_t nLimit = (static_cast<int64_t>(now.tv_sec) - 1) * 1000000000 + now.tv_nsec;
+    for (const FileSig &f : sig)
+        if (f.nMtime > nLimit) return false;
+    return true;
+}
+
 HRESULT CFolderIndex::Refresh() {
+    FolderSig sig = TakeSig(); // before the reading: a change during it shows next time
+    if (m_bSigValid && sig == m_sig) return S_OK;
     std::string strText;
     HRESULT hr = ReadWholeFile(UidListPath(), strText);
     if (FAILED(hr) && hr != STG_E_FILENOTFOUND) strText.clear(); // unreadable: rebuilt like a damaged one
@@ -82,17 +108,20 @@ HRESULT CFolderIndex::Refresh() {
     if (bChanged) {
         hr = Update([](CUidList &) { return S_OK; });
         if (hr == STG_E_PATHNOTFOUND) return hr;
-        if (SUCCEEDED(hr)) return S_OK;
+        if (SUCCEEDED(hr)) return S_OK; // the list is new: the next reading can't be skipped
         g_Log.Warning("CFolderIndex::Refresh", hr, "Cant write the uid list of %s; ids hold for this run only",
                       m_strDir.c_str());
         hr = Pass(strText, list, bChanged, bDamaged); // the failed update left its own reading behind
         if (FAILED(hr)) return hr;
     }
     BuildView(list);
+    m_sig = sig;
+    m_bSigValid = !bChanged && Settled(sig);
     return S_OK;
 }
 
 HRESULT CFolderIndex::Update(const std::function<HRESULT(CUidList &)> &fnChange) {
+    m_bSigValid = false;
     CFileLock lock;
     HRESULT hr = lock.Lock(UidListPath());
     if (FAILED(hr)) return IsMaildirFolder(m_strDir) ? hr : STG_E_PATHNOTFOUND;

@@ -3,6 +3,8 @@
 // list's flock, on a fresh reading, and written back by an atomic replace.
 #pragma once
 
+#include <array>
+#include <cstdint>
 #include <functional>
 #include <memory>
 #include <string>
@@ -25,8 +27,9 @@ public:
 
     const std::string &Dir() const { return m_strDir; }
 
-    // Reads the list and the folder's files again. A list that had to change is written back; if it can't be,
-    // a warning is logged and the ids hold for this process.
+    // Reads the list and the folder's files again, unless neither they nor cur/ and new/ changed since the last
+    // reading (by inode, size and modification time, trusted only once they are older than a second). A list
+    // that had to change is written back; if it can't be, a warning is logged and the ids hold for this process.
     HRESULT Refresh();
 
     // Under the lock, on a fresh reading: fnChange may change the list (its result ends the update), which is
@@ -41,6 +44,15 @@ public:
     std::string UidListPath() const { return m_strDir + "/tessel-uidlist"; }
 
 private:
+    struct FileSig {
+        uint64_t nDev = 0, nIno = 0, nSize = 0;
+        int64_t nMtime = -1; // ns; -1 when the file is missing
+        bool operator==(const FileSig &o) const = default;
+    };
+    using FolderSig = std::array<FileSig, 3>; // uid list, cur/, new/
+    FolderSig TakeSig() const;
+    static bool Settled(const FolderSig &sig);
+
     // Parses strText into list, matches it with the files; true in bChanged if the list must be written.
     HRESULT Pass(const std::string &strText, CUidList &list, bool &bChanged, bool &bDamaged);
     void BuildView(CUidList &list);
@@ -49,4 +61,6 @@ private:
     std::vector<MessageFile> m_files;
     std::vector<size_t> m_index; // m_index[i]: entry of m_files[i]
     MessageView m_view = std::make_shared<std::vector<IndexedMessage>>();
+    FolderSig m_sig;           // what the view was read from
+    bool m_bSigValid = false;  // m_sig can tell whether a new reading is needed
 };

@@ -309,3 +309,9 @@ HRESULT CFolderTree::GetProps(STOREFOLDERID id, FOLDERPROPS *pProps) {
     *pProps = props;
     return S_OK;
 }
+
+std::shared_ptr<CFolderIndex> CFolderTree::IndexFor(const std::string &strDir) {
+    std::shared_ptr<CFolderIndex> &pIndex = m_indexes[strDir];
+    if (!pIndex) pIndex = std::make_shared<CFolderIndex>(strDir);
+    return pIndex;
+}

@@ -7,10 +7,12 @@
 #pragma once
 
 #include <map>
+#include <memory>
 #include <string>
 #include <vector>
 
 #include "platform/msgstore.h"
+#include "providers/maildir/folderindex.h"
 
 struct FolderEntry {
     STOREFOLDERID id = 0;
@@ -41,6 +43,9 @@ public:
     // The props of a folder: counts from its files, the tree scanned again if the folder is not where it was.
     HRESULT GetProps(STOREFOLDERID id, FOLDERPROPS *pProps);
 
+    // The message index of the folder in strDir, shared by every open of that folder.
+    std::shared_ptr<CFolderIndex> IndexFor(const std::string &strDir);
+
     // Makes a new folder below idParent, in the parent's layout (the store's, at the top level), and scans.
     HRESULT Create(STOREFOLDERID idParent, const std::string &strName, STOREFOLDERID *pidFolder);
 
@@ -51,6 +56,7 @@ private:
     std::string m_strRoot;
     std::map<STOREFOLDERID, FolderEntry> m_folders;
     std::vector<STOREFOLDERID> m_top;
+    std::map<std::string, std::shared_ptr<CFolderIndex>> m_indexes;
 };
 
 // The canonical name of a special folder that the store creates when it has none ("Trash" for Deleted Items).

@@ -38,7 +38,8 @@ public:
 
 private:
     CStoreFolder(std::shared_ptr<CFolderTree> pTree, STOREFOLDERID idFolder, std::string strDir)
-        : m_pTree(std::move(pTree)), m_idFolder(idFolder), m_strDir(strDir), m_index(std::move(strDir)) {}
+        : m_pTree(std::move(pTree)), m_idFolder(idFolder), m_strDir(std::move(strDir)),
+          m_pIndex(m_pTree->IndexFor(m_strDir)), m_index(*m_pIndex) {}
 
     // Runs fnUse on the message's file; if the file went (renamed by a flag change, say) it looks again once.
     HRESULT WithMessage(MESSAGEID id, const std::function<HRESULT(const IndexedMessage &, const std::string &)> &fnUse);
@@ -49,6 +50,7 @@ private:
     std::shared_ptr<CFolderTree> m_pTree;
     STOREFOLDERID m_idFolder;
     std::string m_strDir;
-    CFolderIndex m_index;
+    std::shared_ptr<CFolderIndex> m_pIndex;
+    CFolderIndex &m_index; // *m_pIndex
     std::map<MESSAGEID, std::string> m_reserved; // CreateStream's ids and their files' unique names
 };
