@@ -386,6 +386,31 @@ TEST_F(FolderTest, MoveAndCopyBetweenFolders) {
     pNs->Release();
 }
 
+TEST_F(FolderTest, TwoFilesUnderOneUniqueNameGiveOneMessageAndAMoveGetsAFreshName) {
+    MakeMaildir(Root() / ".Archive");
+    WriteFile(Root() / ".Archive" / "new" / "1001.M1P1.host", Message("same-name"));
+    WriteFile(Root() / ".Archive" / "cur" / "1001.M1P1.host:2,S", Message("same-name-read"));
+    IStoreNamespace *pNs = Open();
+    IStoreFolder *pArchive = OpenFolder(pNs, FolderId(pNs, "Archive"));
+    std::vector<Listed> first = List(pArchive);
+    ASSERT_EQ(first.size(), 1u);
+    EXPECT_EQ(List(pArchive)[0].id, first[0].id);
+
+    // Inbox message 1 has that unique name too: it arrives under a new one, and both are listed.
+    IStoreFolder *pInbox = OpenSpecial(pNs, FOLDER_INBOX);
+    MESSAGEID id = 1;
+    MESSAGEIDLIST list{sizeof(MESSAGEIDLIST), 1, &id};
+    ASSERT_EQ(pNs->CopyMoveMessages(pInbox, pArchive, &list, CMF_MOVE, 0, nullptr), S_OK);
+    std::vector<Listed> after = List(pArchive);
+    ASSERT_EQ(after.size(), 2u);
+    EXPECT_EQ(after[1].strSubject, "first-1");
+    EXPECT_EQ(MessageFiles(Root() / ".Archive").size(), 3u);
+    EXPECT_EQ(LogText().find("damaged"), std::string::npos);
+    pInbox->Release();
+    pArchive->Release();
+    pNs->Release();
+}
+
 TEST_F(FolderTest, DamagedUidListIsRebuiltWithAWarning) {
     IStoreNamespace *pNs = Open();
     IStoreFolder *pInbox = OpenSpecial(pNs, FOLDER_INBOX);

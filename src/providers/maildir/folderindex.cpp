@@ -62,6 +62,7 @@ void CFolderIndex::BuildView(CUidList &list) {
     auto view = std::make_shared<std::vector<IndexedMessage>>();
     view->reserve(m_files.size());
     for (size_t i = 0; i < m_files.size(); ++i) {
+        if (m_index[i] == SIZE_MAX) continue; // a second file under a unique name in use
         const UidEntry &e = entries[m_index[i]];
         DWORD dwState = (StateFromFlags(SplitMaildirName(m_files[i].strName).svFlags) & kNameStateBits) |
                         (e.dwExtra & ~kNameStateBits);

@@ -1,6 +1,7 @@
 #include "providers/maildir/storefolder.h"
 
 #include <cerrno>
+#include <set>
 #include <unistd.h>
 
 #include "log/log.h"
@@ -299,17 +300,23 @@ HRESULT CStoreFolder::MoveMessagesTo(CStoreFolder &dest, const MESSAGEIDLIST &li
     if (list.cMsgs && !list.prgdwMsgId) return E_POINTER;
     if (SameFolder(dest)) return S_OK;
     std::map<std::string, DWORD> extras;
-    HRESULT hrResult = S_OK;
+    std::set<std::string> taken; // unique names in use in dest
+    std::vector<MessageFile> destFiles;
+    HRESULT hrResult = ListMessageFiles(dest.m_strDir, destFiles);
+    if (FAILED(hrResult)) return hrResult;
+    for (const MessageFile &f : destFiles) taken.emplace(f.Unique());
     for (DWORD i = 0; i < list.cMsgs; ++i) {
         HRESULT hr = WithMessage(list.prgdwMsgId[i], [&](const IndexedMessage &msg, const std::string &strPath) {
             std::string strSub = msg.file.bNew ? "/new/" : "/cur/";
             std::string strName = msg.file.strName;
-            HRESULT hrMove = RenameNoReplace(strPath, dest.m_strDir + strSub + strName);
+            HRESULT hrMove = STG_E_FILEALREADYEXISTS;
+            if (!taken.count(UniqueOf(strName))) hrMove = RenameNoReplace(strPath, dest.m_strDir + strSub + strName);
             if (hrMove == STG_E_FILEALREADYEXISTS) { // the name is taken there: the message gets a new one
                 std::string_view svFlags = SplitMaildirName(strName).svFlags;
                 strName = NewUniqueName() + (msg.file.bNew ? std::string() : ":2," + std::string(svFlags));
                 hrMove = RenameNoReplace(strPath, dest.m_strDir + strSub + strName);
             }
+            if (SUCCEEDED(hrMove)) taken.insert(UniqueOf(strName));
             if (SUCCEEDED(hrMove)) extras[UniqueOf(strName)] = msg.dwState;
             return hrMove;
         });

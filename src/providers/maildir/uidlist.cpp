@@ -87,7 +87,10 @@ std::vector<size_t> CUidList::Match(const std::vector<MessageFile> &files,
                                     std::vector<size_t> &index, bool &bChanged) {
     std::unordered_map<std::string_view, size_t> byUnique;
     byUnique.reserve(files.size());
-    for (size_t i = 0; i < files.size(); ++i) byUnique.emplace(files[i].Unique(), i);
+    std::vector<bool> shadowed(files.size());
+    // A second file with the same unique name (cur/ and new/, or two flag sets) can't have an id of its own:
+    // it is left alone, and out of the listing.
+    for (size_t i = 0; i < files.size(); ++i) shadowed[i] = !byUnique.emplace(files[i].Unique(), i).second;
 
     index.assign(files.size(), SIZE_MAX);
     std::vector<UidEntry> kept;
@@ -111,7 +114,7 @@ std::vector<size_t> CUidList::Match(const std::vector<MessageFile> &files,
 
     std::vector<size_t> newFiles;
     for (size_t i = 0; i < files.size(); ++i)
-        if (index[i] == SIZE_MAX) newFiles.push_back(i);
+        if (index[i] == SIZE_MAX && !shadowed[i]) newFiles.push_back(i);
     return newFiles;
 }
 

@@ -38,7 +38,8 @@ public:
 
     // Matches the list with the files of the folder. Ids whose files vanished are dropped, except a reservation
     // whose file fnInTmp finds in tmp/. index[i] becomes the entry index of files[i], or SIZE_MAX for a file
-    // without an id; those files are returned. bChanged is set when entries were dropped or reservations found.
+    // without an id; those files are returned, but for files whose unique name an earlier file has (they stay
+    // without an id). bChanged is set when entries were dropped or reservations found.
     std::vector<size_t> Match(const std::vector<MessageFile> &files,
                               const std::function<bool(const std::string &)> &fnInTmp, std::vector<size_t> &index,
                               bool &bChanged);
