@@ -167,7 +167,8 @@ struct IPersistStreamInit : IPersist {
     virtual HRESULT IsDirty() = 0;
     // Replaces the content with the bytes of pStm, read from its current position to its end.
     virtual HRESULT Load(IStream *pStm) = 0;
-    // Writes the whole message at pStm's current position. An unedited message is written byte for byte as loaded.
+    // Writes the whole message at pStm's current position. An unedited message is written byte for byte as loaded;
+    // one whose top headers alone were edited keeps every other byte.
     virtual HRESULT Save(IStream *pStm, BOOL fClearDirty) = 0;
     // The number of bytes Save would write.
     virtual HRESULT GetSizeMax(ULARGE_INTEGER *pcbSize) = 0;

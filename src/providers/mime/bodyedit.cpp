@@ -132,7 +132,7 @@ HRESULT CMimeMessage::SetTextBody(DWORD dwTxtType, ENCODINGTYPE, HBODY hAlternat
     } else {
         AddToMixed(pNewPart, true);
     }
-    m_bDirty = true;
+    MarkEdited(MimeHeaderScope{}, nullptr);
     if (phBody) *phBody = HandleOf(pNewPart);
     return S_OK;
 }
@@ -166,7 +166,7 @@ HRESULT CMimeMessage::DeleteBody(HBODY hBody, DWORD) {
         if (cLeft > 0) break;
         pGone = GMIME_OBJECT(pParent);
     }
-    m_bDirty = true;
+    MarkEdited(MimeHeaderScope{}, nullptr);
     return S_OK;
 }
 
@@ -180,7 +180,7 @@ HRESULT CMimeMessage::AddAttachment(std::string strData, const char *pszContentT
     g_mime_object_set_disposition(GMIME_OBJECT(pPart.get()), GMIME_DISPOSITION_ATTACHMENT);
     if (pszFileName && *pszFileName) g_mime_part_set_filename(pPart.get(), pszFileName);
     AddToMixed(GMIME_OBJECT(pPart.get()), false);
-    m_bDirty = true;
+    MarkEdited(MimeHeaderScope{}, nullptr);
     if (phBody) *phBody = HandleOf(GMIME_OBJECT(pPart.get()));
     return S_OK;
 }

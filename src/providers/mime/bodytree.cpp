@@ -111,7 +111,9 @@ GMimeObject *MimeFindTextBody(GMimeObject *pRoot, bool bHtml) {
     GMimeObject *pFound = nullptr;
     MimeWalkTree(pRoot, [&](GMimeObject *pPart, GMimeMultipart *pParent, int) {
         if (pFound || !GMIME_IS_PART(pPart) || !MimeIsType(pPart, "text", bHtml ? "html" : "plain")) return;
-        if (IsDisposition(pPart, "attachment") || (pParent && HasFileName(pPart))) return;
+        // A named text part is a body where it stands alone or is marked inline.
+        if (IsDisposition(pPart, "attachment") || (pParent && HasFileName(pPart) && !IsDisposition(pPart, "inline")))
+            return;
         pFound = pPart;
     });
     return pFound;

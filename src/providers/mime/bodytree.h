@@ -16,8 +16,8 @@ void MimeWalkTree(GMimeObject *pRoot, const std::function<void(GMimeObject *, GM
 GMimeMultipart *MimeFindParent(GMimeObject *pRoot, GMimeObject *pPart, int *pnIndex);
 bool MimeTreeContains(GMimeObject *pRoot, GMimeObject *pPart);
 
-// The plain or HTML body: the first text part of that subtype that is neither marked nor named as an attachment
-// (a lone top part may carry a name). Null when there is none.
+// The plain or HTML body: the first text part of that subtype that is not marked as an attachment, and carries
+// no file name unless it is the top part or marked inline. Null when there is none.
 GMimeObject *MimeFindTextBody(GMimeObject *pRoot, bool bHtml);
 
 // The parts shown as attachments, in tree order: every leaf but the text bodies, inline text, the resources of

@@ -1,9 +1,10 @@
 #include "providers/mime/fileio.h"
 
-#include <cerrno>
-#include <cstdio>
-#include <memory>
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
+#include <cerrno>
 
 namespace {
 
@@ -18,23 +19,37 @@ HRESULT ResultOfErrno(int nErrno) {
     }
 }
 
-struct FileCloser {
-    void operator()(FILE *p) const { std::fclose(p); }
-};
-
 } // namespace
 
 HRESULT MimeReadFile(const char *pszPath, std::string &strOut) {
     strOut.clear();
     if (!pszPath || !*pszPath) return E_INVALIDARG;
-    std::unique_ptr<FILE, FileCloser> pFile(std::fopen(pszPath, "rb"));
-    if (!pFile) return ResultOfErrno(errno);
-    char buffer[65536];
-    for (;;) {
-        size_t n = std::fread(buffer, 1, sizeof(buffer), pFile.get());
-        strOut.append(buffer, n);
-        if (n < sizeof(buffer)) break;
+    int fd = open(pszPath, O_RDONLY | O_CLOEXEC);
+    if (fd < 0) return ResultOfErrno(errno);
+    HRESULT hr = S_OK;
+    struct stat st {};
+    if (fstat(fd, &st) != 0) {
+        hr = ResultOfErrno(errno);
+    } else if (S_ISDIR(st.st_mode)) {
+        hr = STG_E_ACCESSDENIED;
+    } else {
+        // Sized by fstat, but read to the end: the file may grow or shrink meanwhile.
+        size_t cbChunk = st.st_size > 0 ? static_cast<size_t>(st.st_size) + 1 : 65536;
+        for (;;) {
+            size_t nOld = strOut.size();
+            strOut.resize(nOld + cbChunk);
+            ssize_t n = read(fd, strOut.data() + nOld, cbChunk);
+            if (n < 0 && errno == EINTR) {
+                strOut.resize(nOld);
+                continue;
+            }
+            strOut.resize(nOld + (n > 0 ? static_cast<size_t>(n) : 0));
+            if (n < 0) hr = ResultOfErrno(errno);
+            if (n <= 0) break;
+            cbChunk = 65536;
+        }
     }
-    // A directory opens but doesn't read.
-    return std::ferror(pFile.get()) ? ResultOfErrno(errno) : S_OK;
+    close(fd);
+    if (FAILED(hr)) strOut.clear();
+    return hr;
 }

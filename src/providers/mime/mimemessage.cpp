@@ -9,20 +9,22 @@
 #include "providers/mime/bodytree.h"
 #include "providers/mime/bytestream.h"
 #include "providers/mime/fileio.h"
+#include "providers/mime/headersplice.h"
 #include "providers/mime/headertable.h"
 #include "providers/mime/mimebody.h"
 
 namespace {
 
-// Where the header block ends: just past the first empty line, or the end of the source.
-size_t HeaderBlockEnd(const std::string &str) {
-    if (str.compare(0, 1, "\n") == 0) return 1;
-    if (str.compare(0, 2, "\r\n") == 0) return 2;
-    for (size_t nPos = str.find('\n'); nPos != std::string::npos; nPos = str.find('\n', nPos + 1)) {
-        if (str.compare(nPos + 1, 1, "\n") == 0) return nPos + 2;
-        if (str.compare(nPos + 1, 2, "\r\n") == 0) return nPos + 3;
+// The text with every line ending in CRLF, or in LF.
+std::string WithLineEnds(const std::string &str, bool bCrLf) {
+    std::string strOut;
+    strOut.reserve(str.size() + 8);
+    for (size_t i = 0; i < str.size(); i++) {
+        if (str[i] == '\r' && i + 1 < str.size() && str[i + 1] == '\n') continue;
+        if (str[i] == '\n' && bCrLf) strOut += '\r';
+        strOut += str[i];
     }
-    return str.size();
+    return strOut;
 }
 
 bool UsesCrLf(const std::string &str) {
@@ -32,12 +34,14 @@ bool UsesCrLf(const std::string &str) {
 
 // GMime's message of the bytes. Input that has no header block at all becomes a message whose plain body is the
 // whole input, so that nothing of it is out of reach.
-GMimeMessage *ParseMessage(const char *p, size_t cb) {
+GMimeMessage *ParseMessage(const char *p, size_t cb, bool *pbHeaderless = nullptr) {
     GPtr<GMimeStream> pStream(g_mime_stream_mem_new_with_buffer(p, cb));
     GPtr<GMimeParser> pParser(g_mime_parser_new_with_stream(pStream.get()));
     g_mime_parser_set_format(pParser.get(), GMIME_FORMAT_MESSAGE);
+    if (pbHeaderless) *pbHeaderless = false;
     if (GMimeMessage *pMessage = g_mime_parser_construct_message(pParser.get(), MimeParserOptions()))
         return pMessage;
+    if (pbHeaderless) *pbHeaderless = true;
     GMimeMessage *pMessage = g_mime_message_new(FALSE);
     GPtr<GMimePart> pPart(g_mime_part_new_with_type("text", "plain"));
     GPtr<GMimeStream> pContent(g_mime_stream_mem_new_with_buffer(p, cb));
@@ -45,6 +49,9 @@ GMimeMessage *ParseMessage(const char *p, size_t cb) {
         g_mime_data_wrapper_new_with_stream(pContent.get(), GMIME_CONTENT_ENCODING_DEFAULT));
     g_mime_part_set_content(pPart.get(), pWrapper.get());
     g_mime_message_set_mime_part(pMessage, GMIME_OBJECT(pPart.get()));
+    // No header rows of our making: the source had none.
+    g_mime_object_remove_header(GMIME_OBJECT(pMessage), "MIME-Version");
+    g_mime_header_list_clear(g_mime_object_get_header_list(GMIME_OBJECT(pPart.get())));
     return pMessage;
 }
 
@@ -64,8 +71,22 @@ void CMimeMessage::Reset() {
     if (m_pEmptyTop) g_object_unref(m_pEmptyTop);
     m_pEmptyTop = nullptr;
     m_strSource.clear();
+    m_rgEditedHeaders.clear();
     m_bDirty = false;
+    m_bTreeEdited = false;
+    m_bHeaderless = false;
     m_bCrLf = false;
+}
+
+void CMimeMessage::MarkEdited(const MimeHeaderScope &scope, LPCSTR pszName) {
+    m_bDirty = true;
+    if (!scope.pMessage || !pszName) {
+        m_bTreeEdited = true;
+        return;
+    }
+    for (const std::string &strName : m_rgEditedHeaders)
+        if (MimeEqualNoCase(strName, pszName)) return;
+    m_rgEditedHeaders.emplace_back(pszName);
 }
 
 void CMimeMessage::LoadBytes(std::string strSource) {
@@ -76,13 +97,13 @@ void CMimeMessage::LoadBytes(std::string strSource) {
 
 GMimeMessage *CMimeMessage::HeaderMessage() {
     if (m_pMessage) return m_pMessage;
-    if (!m_pHeaders) m_pHeaders = ParseMessage(m_strSource.data(), HeaderBlockEnd(m_strSource));
+    if (!m_pHeaders) m_pHeaders = ParseMessage(m_strSource.data(), MimeHeaderBlockEnd(m_strSource));
     return m_pHeaders;
 }
 
 GMimeMessage *CMimeMessage::Tree() {
     if (!m_pMessage) {
-        m_pMessage = ParseMessage(m_strSource.data(), m_strSource.size());
+        m_pMessage = ParseMessage(m_strSource.data(), m_strSource.size(), &m_bHeaderless);
         if (m_pHeaders) g_object_unref(m_pHeaders);
         m_pHeaders = nullptr;
     }
@@ -124,6 +145,21 @@ HRESULT CMimeMessage::ResolveBody(HBODY hBody, bool bNeedTree, MimeHeaderScope *
 HRESULT CMimeMessage::Serialize(std::string &strOut) {
     if (!m_bDirty) {
         strOut = m_strSource;
+        return S_OK;
+    }
+    if (!m_bTreeEdited) {
+        // Only headers of the top changed: their rows go into the source, everything else stays as it was.
+        GMimeMessage *pMessage = Tree();
+        std::vector<MimeHeaderRow> rgRows =
+            MimeCollectHeaderRows(MimeHeaderScope{GMIME_OBJECT(pMessage), g_mime_message_get_mime_part(pMessage)});
+        std::vector<MimeHeaderEdit> rgEdits;
+        for (const std::string &strName : m_rgEditedHeaders) {
+            MimeHeaderEdit edit{strName, {}};
+            for (const MimeHeaderRow &row : rgRows)
+                if (MimeEqualNoCase(row.strName, strName)) edit.rgRows.push_back(WithLineEnds(row.strRow, m_bCrLf));
+            rgEdits.push_back(std::move(edit));
+        }
+        strOut = MimeSpliceHeaders(m_strSource, rgEdits, m_bHeaderless);
         return S_OK;
     }
     GPtr<GMimeStream> pStream(g_mime_stream_mem_new());
@@ -178,7 +214,10 @@ HRESULT CMimeMessage::Save(IStream *pStm, BOOL fClearDirty) {
     }
     if (fClearDirty && m_bDirty) {
         m_strSource = std::move(strOut);
+        m_rgEditedHeaders.clear();
         m_bDirty = false;
+        m_bTreeEdited = false;
+        m_bHeaderless = false;
     }
     return S_OK;
 }
@@ -199,6 +238,7 @@ HRESULT CMimeMessage::GetSizeMax(ULARGE_INTEGER *pcbSize) {
 HRESULT CMimeMessage::InitNew() {
     Reset();
     m_pMessage = g_mime_message_new(FALSE);
+    m_bHeaderless = true; // headers set on it get a block of their own
     return S_OK;
 }
 
@@ -303,7 +343,7 @@ HRESULT CMimeMessage::SetBodyProp(HBODY hBody, LPCSTR pszName, DWORD dwFlags, LP
     MimeHeaderScope scope{};
     HRESULT hr = ResolveBody(hBody, true, &scope, nullptr);
     if (SUCCEEDED(hr)) hr = MimeSetHeaderProp(scope, pszName, dwFlags, pValue);
-    if (SUCCEEDED(hr)) m_bDirty = true;
+    if (SUCCEEDED(hr)) MarkEdited(scope, pszName);
     return hr;
 }
 
@@ -311,7 +351,7 @@ HRESULT CMimeMessage::DeleteBodyProp(HBODY hBody, LPCSTR pszName) {
     MimeHeaderScope scope{};
     HRESULT hr = ResolveBody(hBody, true, &scope, nullptr);
     if (SUCCEEDED(hr)) hr = MimeDeleteHeaderProp(scope, pszName);
-    if (SUCCEEDED(hr)) m_bDirty = true;
+    if (SUCCEEDED(hr)) MarkEdited(scope, pszName);
     return hr;
 }
 

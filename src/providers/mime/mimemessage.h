@@ -2,7 +2,8 @@
 //
 // A loaded message keeps its source bytes. Header reads parse the header block alone; the whole tree is parsed
 // when a body, an attachment, a flag or an edit needs it. A message that was not edited saves as the bytes it was
-// loaded from; an edited one is written by GMime.
+// loaded from; one whose top headers alone changed as those bytes with the changed header lines replaced; one
+// whose bodies changed is written by GMime.
 #pragma once
 
 #include <string>
@@ -69,6 +70,8 @@ private:
     HBODY HandleOf(GMimeObject *pPart);
     // What Save writes.
     HRESULT Serialize(std::string &strOut);
+    // Notes an edit: of the named header of the top body, or (scope without message) of the tree.
+    void MarkEdited(const MimeHeaderScope &scope, LPCSTR pszName);
 
     // Body edits (bodyedit.cpp).
     void ReplacePart(GMimeObject *pOld, GMimeObject *pNew);
@@ -82,6 +85,9 @@ private:
     GMimeMessage *m_pMessage = nullptr;  // the parsed tree
     GMimeObject *m_pEmptyTop = nullptr;  // stands in for a deleted top body (GMime needs one)
     std::vector<GMimeObject *> m_rgBodies; // handle n names m_rgBodies[n - 1]; one reference each
+    std::vector<std::string> m_rgEditedHeaders; // headers of the top body changed since the last load or save
     bool m_bDirty = false;
+    bool m_bTreeEdited = false; // bodies or their headers changed: GMime writes the whole message
+    bool m_bHeaderless = false; // the source had no header block: all of it is the body
     bool m_bCrLf = false;
 };
