@@ -2,6 +2,7 @@
 #include <cstring>
 
 #include "compare/icompare.h"
+#include "compare/order.h"
 #include "log/log.h"
 #include "platform/text.h"
 
@@ -28,11 +29,6 @@ HRESULT ReadBlock(IStream *pStream, char *pBlock, ULONG *pcb) {
     HRESULT hr = pStream->Read(pBlock, kBlockSize, pcb);
     if (*pcb > kBlockSize) *pcb = kBlockSize;
     return hr;
-}
-
-LONG CompareBytes(const char *p1, const char *p2, ULONG cb) {
-    int n = std::memcmp(p1, p2, cb); // memcmp orders as unsigned bytes
-    return n < 0 ? -1 : (n > 0 ? 1 : 0);
 }
 
 } // namespace

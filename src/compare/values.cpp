@@ -1,8 +1,7 @@
 // Emptiness and order of plain property values: what decides whether an item has a value and whether two items
 // agree in it. Both stores share these rules.
-#include <cstring>
-
 #include "compare/icompare.h"
+#include "compare/order.h"
 #include "log/log.h"
 #include "platform/text.h"
 #include "platform/time.h"
@@ -14,21 +13,9 @@ constexpr const char *kCompareLabel = "ICompare::CompareValues";
 // The message store's code for a date it could not convert: such a value is simply not compared, silently.
 constexpr SCODE kMimeDateNotConverted = static_cast<SCODE>(0x800CCE2D);
 
-template <class T>
-LONG SignOf(T d) {
-    return d == 0 ? 0 : (d > 0 ? 1 : -1);
-}
-
 // The sign of a 64-bit difference that wraps as the machine's subtraction does.
 LONG SignOfWrappedDifference(int64_t a, int64_t b) {
     return SignOf(static_cast<int64_t>(static_cast<uint64_t>(a) - static_cast<uint64_t>(b)));
-}
-
-// Bytes as unsigned numbers up to the first difference.
-LONG CompareBytes(const void *p1, const void *p2, size_t cb) {
-    if (cb == 0 || p1 == p2) return 0;
-    if (!p1 || !p2) return p1 ? 1 : -1;
-    return SignOf(std::memcmp(p1, p2, cb));
 }
 
 // "Count first": different counts decide on their own, as count 1 minus count 2.
@@ -41,7 +28,7 @@ LONG CompareFixedArrays(ULONG c1, const void *p1, ULONG c2, const void *p2, size
     return CompareBytes(p1, p2, static_cast<size_t>(c1) * cbElement);
 }
 
-LONG CompareFileTime(const FILETIME &ft1, const FILETIME &ft2) {
+LONG CompareTimes(const FILETIME &ft1, const FILETIME &ft2) {
     uint64_t n1 = FileTimeToU64(ft1), n2 = FileTimeToU64(ft2);
     return n1 < n2 ? -1 : (n1 > n2 ? 1 : 0);
 }
@@ -168,7 +155,7 @@ BOOL ICompare::CompareValues(const SPropValue *pProp1, const SPropValue *pProp2,
         break;
     case PT_STRING8: n = lstrcmpiA(v1.lpszA, v2.lpszA); break;
     case PT_UNICODE: n = lstrcmpiW(v1.lpszW, v2.lpszW); break;
-    case PT_SYSTIME: n = CompareFileTime(v1.ft, v2.ft); break;
+    case PT_SYSTIME: n = CompareTimes(v1.ft, v2.ft); break;
     case PT_CLSID: n = CompareBytes(v1.lpguid, v2.lpguid, sizeof(GUID)); break;
     case PT_BINARY: n = CompareBinary(v1.bin, v2.bin); break;
     case PT_MV_I2: n = CompareFixedArrays(v1.MVi.cValues, v1.MVi.lpi, v2.MVi.cValues, v2.MVi.lpi, 2); break;

@@ -22,9 +22,11 @@ bool InOddPairRange(uint32_t c) {
     return (c >= 0x139 && c <= 0x148) || (c >= 0x179 && c <= 0x17E) || (c >= 0x4C1 && c <= 0x4CE);
 }
 
+uint32_t LowerAscii(uint32_t c) { return (c >= 'A' && c <= 'Z') ? c + 0x20 : c; }
+
 // Simple lower-case mapping of one code point for the scripts we cover.
 uint32_t LowerCodePoint(uint32_t c) {
-    if (c < 0x80) return (c >= 'A' && c <= 'Z') ? c + 0x20 : c;
+    if (c < 0x80) return LowerAscii(c);
     if (c < 0x100) return (c >= 0xC0 && c <= 0xDE && c != 0xD7) ? c + 0x20 : c;
     if (InEvenPairRange(c)) return c | 1;
     if (InOddPairRange(c)) return (c & 1) ? c + 1 : c;
@@ -155,7 +157,14 @@ int lstrcmpiA(const char *psz1, const char *psz2) {
     auto p1 = reinterpret_cast<const unsigned char *>(psz1);
     auto p2 = reinterpret_cast<const unsigned char *>(psz2);
     for (;;) {
-        if (!*p1 || !*p2) return Sign(*p1, *p2);
+        uint32_t b1 = *p1, b2 = *p2;
+        if (!b1 || !b2) return Sign(b1, b2);
+        if ((b1 | b2) < 0x80) { // most text is ASCII: no decoding, no tables
+            uint32_t l1 = LowerAscii(b1), l2 = LowerAscii(b2);
+            if (l1 != l2) return Sign(l1, l2);
+            ++p1, ++p2;
+            continue;
+        }
         uint32_t c1, c2;
         p1 += DecodeUtf8(p1, SIZE_MAX, &c1);
         p2 += DecodeUtf8(p2, SIZE_MAX, &c2);

@@ -227,7 +227,7 @@ TEST(MemoryStoreStreams, StreamsAreServedAndCounted) {
     EXPECT_EQ(std::string(buf, cb), "Hi there");
     pStream->Release();
     EXPECT_EQ(store.StreamsOpen(), 0);
-    EXPECT_EQ(store.OpenStreamProp(h, 0x1013001E, &pStream, 0), MAPI_E_NOT_FOUND);
+    EXPECT_EQ(store.OpenStreamProp(h, 0x1014001E, &pStream, 0), MAPI_E_NOT_FOUND);
     EXPECT_EQ(pStream, nullptr);
     store.CloseItem(&h);
 }

@@ -537,6 +537,7 @@ HRESULT CMemoryStore::OpenStreamProp(HITEM hItem, ULONG nTag, IStream **ppStream
 
 HRESULT CMemoryStore::AllocateBuffer(ULONG cb, void **ppBuffer) {
     if (cb == 0 || !ppBuffer) return -1;
+    if (m_hrAllocate != S_OK) return m_hrAllocate;
     void *p = std::malloc(cb);
     if (!p) return MAPI_E_NOT_ENOUGH_MEMORY;
     m_buffers.insert(p);

@@ -129,6 +129,8 @@ public:
     void FailOpenFolder(std::string_view szFolder, HRESULT hr);
     // The address book's way: OpenFolder gives success and a null handle for any entry text.
     void UseNullFolders() { m_bNullFolders = true; }
+    // Every AllocateBuffer from now on fails with hr (S_OK ends that).
+    void FailAllocateBuffer(HRESULT hr) { m_hrAllocate = hr; }
     // Adds an item, or returns the builder of the item with this entry text.
     ItemBuilder AddItem(std::string_view szFolder, std::string_view szEntry);
     ItemBuilder ItemFor(std::string_view szEntry); // the item must exist
@@ -198,6 +200,7 @@ private:
     std::map<std::string, std::unique_ptr<Item>, std::less<>> m_items;
     std::vector<NamedProp> m_namedProps;
     bool m_bNullFolders = false;
+    HRESULT m_hrAllocate = S_OK;
 
     std::map<const void *, std::unique_ptr<OpenItemRecord>> m_openItems;
     std::map<const void *, std::unique_ptr<OpenFolderRecord>> m_openFolders;
