@@ -1,0 +1,66 @@
+// The messages of one folder by id: the folder's uid list brought in line with its files. Every Refresh re-reads
+// both, so that deliveries and flag changes of other programs show; changes to the list are made under the
+// list's flock, on a fresh reading, and written back by an atomic replace.
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "providers/maildir/folderfiles.h"
+#include "providers/maildir/uidlist.h"
+
+struct IndexedMessage {
+    MESSAGEID id;
+    DWORD dwState;    // from the file name and the uid list
+    MessageFile file; // where the file is now
+};
+
+using MessageView = std::shared_ptr<const std::vector<IndexedMessage>>; // ascending ids
+
+class CFolderIndex {
+public:
+    explicit CFolderIndex(std::string strDir) : m_strDir(std::move(strDir)) {}
+
+    const std::string &Dir() const { return m_strDir; }
+
+    // Reads the list and the folder's files again, unless neither they nor cur/ and new/ changed since the last
+    // reading (by inode, size and modification time, trusted only once they are older than a second). A list
+    // that had to change is written back; if it can't be, a warning is logged and the ids hold for this process.
+    HRESULT Refresh();
+
+    // Under the lock, on a fresh reading: fnChange may change the list (its result ends the update), which is
+    // then written. The view follows the change.
+    HRESULT Update(const std::function<HRESULT(CUidList &)> &fnChange);
+
+    // The messages as of the last Refresh or Update.
+    const MessageView &View() const { return m_view; }
+    const IndexedMessage *Find(MESSAGEID id) const;
+
+    std::string PathOf(const IndexedMessage &msg) const { return MessagePath(m_strDir, msg.file); }
+    std::string UidListPath() const { return m_strDir + "/tessel-uidlist"; }
+
+private:
+    struct FileSig {
+        uint64_t nDev = 0, nIno = 0, nSize = 0;
+        int64_t nMtime = -1; // ns; -1 when the file is missing
+        bool operator==(const FileSig &o) const = default;
+    };
+    using FolderSig = std::array<FileSig, 3>; // uid list, cur/, new/
+    FolderSig TakeSig() const;
+    static bool Settled(const FolderSig &sig);
+
+    // Parses strText into list, matches it with the files; true in bChanged if the list must be written.
+    HRESULT Pass(const std::string &strText, CUidList &list, bool &bChanged, bool &bDamaged);
+    void BuildView(CUidList &list);
+
+    std::string m_strDir;
+    std::vector<MessageFile> m_files;
+    std::vector<size_t> m_index; // m_index[i]: entry of m_files[i]
+    MessageView m_view = std::make_shared<std::vector<IndexedMessage>>();
+    FolderSig m_sig;           // what the view was read from
+    bool m_bSigValid = false;  // m_sig can tell whether a new reading is needed
+};

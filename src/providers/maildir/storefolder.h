@@ -1,0 +1,56 @@
+// IStoreFolder over one Maildir folder.
+#pragma once
+
+#include <map>
+#include <memory>
+#include <string>
+
+#include "platform/msgstore.h"
+#include "providers/maildir/folderindex.h"
+#include "providers/maildir/foldertree.h"
+
+class CStoreFolder final : public CRefCounted<IStoreFolder> {
+public:
+    // Opens the folder and brings its uid list in line with its files.
+    static HRESULT Open(const std::shared_ptr<CFolderTree> &pTree, STOREFOLDERID idFolder, IStoreFolder **ppFolder);
+
+    HRESULT QueryInterface(REFIID riid, void **ppv) override;
+    HRESULT GetFolderProps(DWORD dwReserved, FOLDERPROPS *pProps) override;
+    HRESULT DeleteMessages(MESSAGEIDLIST *pMsgIdList, DWORD dwReserved, IProgressNotify *pProgress) override;
+    HRESULT SetFlags(MESSAGEIDLIST *pMsgIdList, DWORD dwState, DWORD dwStatemask, DWORD *prgdwNewFlags) override;
+    HRESULT OpenMessage(MESSAGEID dwMessageId, REFIID riid, void **ppvObject) override;
+    HRESULT SaveMessage(REFIID riid, void *pvObject, DWORD dwMsgFlags, MESSAGEID *pdwMessageId) override;
+    HRESULT CreateStream(HBATCHLOCK hBatchLock, DWORD dwReserved, IStream **ppStream, MESSAGEID *pdwMessageId) override;
+    HRESULT CommitStream(HBATCHLOCK hBatchLock, DWORD dwFlags, DWORD dwMsgFlags, IStream *pStream,
+                         MESSAGEID dwMessageId, IMimeMessage *pMessage) override;
+    HRESULT GetFirstMessage(DWORD dwFlags, DWORD dwMsgFlags, MESSAGEID dwMsgIdFirst, MESSAGEPROPS *pProps,
+                            HENUMSTORE *phEnum) override;
+    HRESULT GetNextMessage(HENUMSTORE hEnum, DWORD dwFlags, MESSAGEPROPS *pProps) override;
+    HRESULT GetMessageClose(HENUMSTORE hEnum) override;
+    HRESULT GetMessageProps(MESSAGEID dwMessageId, DWORD dwFlags, MESSAGEPROPS *pProps) override;
+    HRESULT FreeMessageProps(MESSAGEPROPS *pProps) override;
+
+    // Moves the listed messages into pDest (renames; new ids there). Used by the namespace and by deletes.
+    HRESULT MoveMessagesTo(CStoreFolder &dest, const MESSAGEIDLIST &list);
+    // Copies the listed messages into pDest as new messages with the same state.
+    HRESULT CopyMessagesTo(CStoreFolder &dest, const MESSAGEIDLIST &list);
+    bool SameFolder(const CStoreFolder &other) const { return m_strDir == other.m_strDir; }
+
+private:
+    CStoreFolder(std::shared_ptr<CFolderTree> pTree, STOREFOLDERID idFolder, std::string strDir)
+        : m_pTree(std::move(pTree)), m_idFolder(idFolder), m_strDir(std::move(strDir)),
+          m_pIndex(m_pTree->IndexFor(m_strDir)), m_index(*m_pIndex) {}
+
+    // Runs fnUse on the message's file; if the file went (renamed by a flag change, say) it looks again once.
+    HRESULT WithMessage(MESSAGEID id, const std::function<HRESULT(const IndexedMessage &, const std::string &)> &fnUse);
+    HRESULT FillProps(const IndexedMessage &msg, DWORD dwFlags, MESSAGEPROPS *pProps);
+    // Gives the files now in this folder under the unique names of extras their extra state bits.
+    HRESULT SetExtraStates(const std::map<std::string, DWORD> &extras);
+
+    std::shared_ptr<CFolderTree> m_pTree;
+    STOREFOLDERID m_idFolder;
+    std::string m_strDir;
+    std::shared_ptr<CFolderIndex> m_pIndex;
+    CFolderIndex &m_index; // *m_pIndex
+    std::map<MESSAGEID, std::string> m_reserved; // CreateStream's ids and their files' unique names
+};

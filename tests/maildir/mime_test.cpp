@@ -1,0 +1,104 @@
+// Messages opened as parsed MIME objects and saved from them, and a store built from the shared corpus.
+#include <set>
+
+#include "maildir/maildir_fixture.h"
+#include "platform/cocreate.h"
+#include "platform/mimeole.h"
+
+using namespace maildirtest;
+
+namespace {
+
+using MimeStoreTest = MaildirTest;
+
+std::string Subject(IMimeMessage *pMessage) {
+    PROPVARIANT value{};
+    value.vt = VT_LPSTR;
+    if (pMessage->GetProp("Subject", 0, &value) != S_OK) return "<none>";
+    std::string str = value.pszVal ? value.pszVal : "";
+    IMimeAllocator *pAllocator = nullptr;
+    if (CoCreateInstance(CLSID_IMimeAllocator, nullptr, 1, IID_IMimeAllocator,
+                         reinterpret_cast<void **>(&pAllocator)) == S_OK) {
+        pAllocator->PropVariantClear(&value);
+        pAllocator->Release();
+    }
+    return str;
+}
+
+TEST_F(MimeStoreTest, OpenAsMimeMessageAndSaveItBackAsANewMessage) {
+    MakeMaildir(Root());
+    WriteFile(Root() / "cur" / "1.M1P1.h:2,S", Message("parsed", "text body\n"));
+    IStoreNamespace *pNs = Open();
+    IStoreFolder *pInbox = OpenSpecial(pNs, FOLDER_INBOX);
+    IMimeMessage *pMessage = nullptr;
+    ASSERT_EQ(pInbox->OpenMessage(1, IID_IMimeMessage, reinterpret_cast<void **>(&pMessage)), S_OK);
+    EXPECT_EQ(Subject(pMessage), "parsed");
+
+    PROPVARIANT value{};
+    value.vt = VT_LPSTR;
+    value.pszVal = const_cast<char *>("edited");
+    ASSERT_EQ(pMessage->SetProp("Subject", 0, &value), S_OK);
+    MESSAGEID idNew = 0;
+    ASSERT_EQ(pInbox->SaveMessage(IID_IMimeMessage, pMessage, MSG_FLAGGED, &idNew), S_OK);
+    pMessage->Release();
+    EXPECT_EQ(idNew, 2u);
+
+    std::vector<Listed> listed = List(pInbox);
+    ASSERT_EQ(listed.size(), 2u);
+    EXPECT_EQ(listed[0].strSubject, "parsed"); // the store never changes a message in place
+    EXPECT_EQ(listed[1].strSubject, "edited");
+    EXPECT_EQ(listed[1].dwState, MSG_FLAGGED);
+    EXPECT_NE(Bytes(pInbox, 2).find("text body"), std::string::npos);
+    pInbox->Release();
+    pNs->Release();
+}
+
+TEST_F(MimeStoreTest, CorpusMessagesListAndOpenWithoutLossAcrossFolders) {
+    SKIP_WITHOUT_SHARED_CORPUS();
+    fs::path corpus = testsupport::SharedDir() / "corpus" / "mail";
+    MakeMaildir(Root());
+    MakeMaildir(Root() / ".Malformed");
+    std::set<std::string> texts;
+    int n = 0;
+    for (const auto &entry : fs::recursive_directory_iterator(corpus)) {
+        if (!entry.is_regular_file()) continue;
+        bool bMalformed = entry.path().string().find("/malformed/") != std::string::npos;
+        fs::path dir = bMalformed ? Root() / ".Malformed" : Root();
+        // Half of them delivered fresh, half already seen.
+        std::string strName = std::to_string(1000 + n) + ".M" + std::to_string(n) + "P1.corpus";
+        WriteFile(dir / (n % 2 ? "new" : "cur") / (n % 2 ? strName : strName + ":2,S"), ReadFile(entry.path()));
+        texts.insert(ReadFile(entry.path()));
+        ++n;
+    }
+    ASSERT_GT(n, 100);
+    IStoreNamespace *pNs = Open();
+    std::multiset<std::string> seen;
+    for (STOREFOLDERID id : {FolderId(pNs, "Inbox"), FolderId(pNs, "Malformed")}) {
+        IStoreFolder *pFolder = OpenFolder(pNs, id);
+        std::vector<Listed> listed = List(pFolder); // full props: every header block decoded
+        for (const Listed &l : listed) {
+            seen.insert(Bytes(pFolder, l.id));
+            IMimeMessage *pMessage = nullptr;
+            EXPECT_EQ(pFolder->OpenMessage(l.id, IID_IMimeMessage, reinterpret_cast<void **>(&pMessage)), S_OK);
+            SafeRelease(pMessage);
+        }
+        // Everything to the Trash and back: the bytes survive.
+        std::vector<MESSAGEID> ids;
+        for (const Listed &l : listed) ids.push_back(l.id);
+        MESSAGEIDLIST list{sizeof(MESSAGEIDLIST), static_cast<DWORD>(ids.size()), ids.data()};
+        ASSERT_EQ(pFolder->DeleteMessages(&list, 0, nullptr), S_OK);
+        EXPECT_TRUE(List(pFolder).empty());
+        pFolder->Release();
+    }
+    EXPECT_EQ(seen.size(), static_cast<size_t>(n));
+    IStoreFolder *pTrash = OpenSpecial(pNs, FOLDER_DELETED);
+    std::vector<Listed> trash = List(pTrash);
+    EXPECT_EQ(trash.size(), static_cast<size_t>(n));
+    std::multiset<std::string> inTrash;
+    for (const Listed &l : trash) inTrash.insert(Bytes(pTrash, l.id));
+    EXPECT_TRUE(inTrash == seen);
+    pTrash->Release();
+    pNs->Release();
+}
+
+} // namespace
