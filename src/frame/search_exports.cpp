@@ -5,13 +5,33 @@
 #include "frame/exports_internal.h"
 #include "search/duplicatesearch.h"
 
-#define TS_ASSERT_SEARCH(pSearch, nPlace) TS_AssertHandle(pSearch, "pSearch != NULL", nPlace)
+namespace {
+
+// The handle checks name the export: 5xx, in the order of tessel.h.
+enum SearchPlace : int32_t {
+    kCreate = 501,
+    kAdd,
+    kBuild,
+    kGetBuildChange,
+    kGetOriginalCount,
+    kGetOriginal,
+    kGetDuplicateCount,
+    kGetDuplicate,
+    kDelete,
+};
+
+void AssertSearch(const CDuplicateSearch *pSearch, SearchPlace nPlace)
+{
+    TS_AssertHandle(pSearch, "pSearch != NULL", nPlace);
+}
+
+} // namespace
 
 extern "C" CDuplicateSearch *Search_Create(CTessel *pLib, int32_t nAPI, const PropList *pProps,
                                            const OriginalDefinition *pOD)
 {
     g_Log.Info(2, "Search_Create", "->");
-    TS_AssertLib(pLib, 501);
+    TS_AssertLib(pLib, kCreate);
     if (!pLib)
         return nullptr;
 
@@ -43,7 +63,7 @@ extern "C" CDuplicateSearch *Search_Create(CTessel *pLib, int32_t nAPI, const Pr
 extern "C" int32_t Search_Add(CDuplicateSearch *pSearch, const char *pszItemID, const char *pszFolderID,
                               int32_t *pbHasDuplicates, int32_t nPriority)
 {
-    TS_ASSERT_SEARCH(pSearch, 502);
+    AssertSearch(pSearch, kAdd);
     if (!pSearch)
         return 0;
     return pSearch->Add(pszItemID, pszFolderID, pbHasDuplicates, nPriority);
@@ -51,7 +71,7 @@ extern "C" int32_t Search_Add(CDuplicateSearch *pSearch, const char *pszItemID, 
 
 extern "C" int32_t Search_Build(CDuplicateSearch *pSearch)
 {
-    TS_ASSERT_SEARCH(pSearch, 503);
+    AssertSearch(pSearch, kBuild);
     if (!pSearch)
         return 0;
     // The one guarded export: a failed build leaves the items and their equalities intact, and the next build
@@ -69,7 +89,7 @@ extern "C" int32_t Search_GetBuildChange(CDuplicateSearch *pSearch, int32_t nInd
                                          const char **ppszDuplicateID, const char **ppszDuplicateFolderID,
                                          int32_t *pnDuplicateIndex)
 {
-    TS_ASSERT_SEARCH(pSearch, 504);
+    AssertSearch(pSearch, kGetBuildChange);
     if (!pSearch)
         return 0;
     return pSearch->GetBuildChange(nIndex, pnType, ppszOriginalID, ppszOriginalFolderID, ppszDuplicateID,
@@ -80,7 +100,7 @@ extern "C" int32_t Search_GetBuildChange(CDuplicateSearch *pSearch, int32_t nInd
 
 extern "C" int32_t Search_GetOriginalCount(CDuplicateSearch *pSearch)
 {
-    TS_ASSERT_SEARCH(pSearch, 505);
+    AssertSearch(pSearch, kGetOriginalCount);
     if (!pSearch)
         return 0;
     return pSearch->GetOriginalCount();
@@ -89,14 +109,14 @@ extern "C" int32_t Search_GetOriginalCount(CDuplicateSearch *pSearch)
 extern "C" void Search_GetOriginal(CDuplicateSearch *pSearch, int32_t nGroup, char *pszID, uint32_t *pnID,
                                    char *pszFolderID, uint32_t *pnFolderID)
 {
-    TS_ASSERT_SEARCH(pSearch, 506);
+    AssertSearch(pSearch, kGetOriginal);
     if (pSearch)
         pSearch->GetOriginal(nGroup, pszID, pnID, pszFolderID, pnFolderID);
 }
 
 extern "C" int32_t Search_GetDuplicateCount(CDuplicateSearch *pSearch, int32_t nGroup)
 {
-    TS_ASSERT_SEARCH(pSearch, 507);
+    AssertSearch(pSearch, kGetDuplicateCount);
     if (!pSearch)
         return 0;
     return pSearch->GetDuplicateCount(nGroup);
@@ -105,7 +125,7 @@ extern "C" int32_t Search_GetDuplicateCount(CDuplicateSearch *pSearch, int32_t n
 extern "C" void Search_GetDuplicate(CDuplicateSearch *pSearch, int32_t nGroup, int32_t nDuplicate, char *pszID,
                                     uint32_t *pnID, char *pszFolderID, uint32_t *pnFolderID)
 {
-    TS_ASSERT_SEARCH(pSearch, 508);
+    AssertSearch(pSearch, kGetDuplicate);
     if (pSearch)
         pSearch->GetDuplicate(nGroup, nDuplicate, pszID, pnID, pszFolderID, pnFolderID);
 }
@@ -113,6 +133,6 @@ extern "C" void Search_GetDuplicate(CDuplicateSearch *pSearch, int32_t nGroup, i
 extern "C" void Search_Delete(CDuplicateSearch *pSearch)
 {
     g_Log.Info(2, "Search_Delete", "->");
-    TS_ASSERT_SEARCH(pSearch, 509);
+    AssertSearch(pSearch, kDelete);
     delete pSearch;
 }
