@@ -12,7 +12,7 @@ CCmpMatrix::~CCmpMatrix() { Clear(); }
 
 bool CCmpMatrix::Create(ICompare *pCompare, const PropList *lpProps, const SPropTagArray *lpAttachTags) {
     static const char *const kLabel = "CCmpMatrix::Create";
-    if (pCompare == nullptr || lpProps == nullptr || lpProps->nProps == 0) {
+    if (pCompare == nullptr || lpProps == nullptr || lpProps->nProps == 0 || lpProps->pProps == nullptr) {
         g_Log.Error(kLabel, 0, "Invalid Param(s)");
         return false;
     }

@@ -12,11 +12,13 @@ TEST_F(MatrixTest, CreateRefusesMissingAdaptorOrEmptyList) {
     PropDesc column = Column(kTagSubject);
     PropList list{1, &column};
     PropList empty{0, &column};
+    PropList countWithoutArray{1, nullptr};
     CCmpMatrix matrix;
     EXPECT_FALSE(matrix.Create(nullptr, &list, nullptr));
     EXPECT_FALSE(matrix.Create(&m_store, nullptr, nullptr));
     EXPECT_FALSE(matrix.Create(&m_store, &empty, nullptr));
-    EXPECT_EQ(CountLogged("Err in CCmpMatrix::Create: Invalid Param(s)"), 3);
+    EXPECT_FALSE(matrix.Create(&m_store, &countWithoutArray, nullptr));
+    EXPECT_EQ(CountLogged("Err in CCmpMatrix::Create: Invalid Param(s)"), 4);
     LONG nRows = -1, nCols = -1;
     matrix.Size(&nRows, &nCols);
     EXPECT_EQ(nRows, 0);
