@@ -175,8 +175,14 @@ std::string Join(const std::vector<Line> &lines, size_t nFrom, size_t nTo) {
 
 VFile ParseFile(std::string_view sText, std::vector<VProblem> *pProblems) {
     VFile file;
-    std::vector<Line> lines = SplitLines(sText);
     std::string sVerbatim;
+    // A byte order mark stays in front of everything, as it was.
+    constexpr std::string_view kBom = "\xEF\xBB\xBF";
+    if (sText.substr(0, kBom.size()) == kBom) {
+        sVerbatim = std::string(kBom);
+        sText.remove_prefix(kBom.size());
+    }
+    std::vector<Line> lines = SplitLines(sText);
     auto flushVerbatim = [&]() {
         if (sVerbatim.empty()) return;
         VChunk chunk;
@@ -190,7 +196,7 @@ VFile ParseFile(std::string_view sText, std::vector<VProblem> *pProblems) {
     size_t i = 0;
     while (i < lines.size()) {
         if (!IsMarker(lines[i].sText, "BEGIN:VCARD")) {
-            if (!TrimRight(lines[i].sText).empty() && lines[i].sText != "\xEF\xBB\xBF") {
+            if (!TrimRight(lines[i].sText).empty()) {
                 // Text outside any card: kept, and reported once per run of such lines.
                 if (i == 0 || sVerbatim.empty() || TrimRight(lines[i - 1].sText).empty())
                     problem(i, "text outside a card");
@@ -255,11 +261,10 @@ VFile ParseFile(std::string_view sText, std::vector<VProblem> *pProblems) {
         }
         size_t nBad = 0;
         if (!ParseBody(body, 0, body.size(), &card, &nBad)) {
-            // Line numbers: count from the file, not from the filtered body.
-            size_t nFileLine = static_cast<size_t>(body[nBad].sText.data() - sText.data());
-            size_t nLineNo = 0;
+            // The line number in the file, not in the body without embedded cards.
+            size_t nLineNo = nBegin;
             for (size_t k = nBegin; k <= nEnd; ++k)
-                if (lines[k].sText.data() == sText.data() + nFileLine) nLineNo = k;
+                if (lines[k].sText.data() == body[nBad].sText.data()) nLineNo = k;
             problem(nLineNo, "line is no content line");
             sVerbatim += Join(lines, nBegin, nEnd + 1);
             i = nEnd + 1;

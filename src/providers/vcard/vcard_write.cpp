@@ -88,8 +88,9 @@ std::string WriteFile(const VFile &file) {
     std::string s;
     for (const VChunk &c : file.chunks) {
         if (c.bCard) {
-            // A card after text that lacks a final line end must start on a line of its own.
-            if (!s.empty() && s.back() != '\n') s += c.card.sEol;
+            // A card after text that lacks a final line end must start on a line of its own (a byte order mark
+            // is no such text).
+            if (!s.empty() && s.back() != '\n' && s != "\xEF\xBB\xBF") s += c.card.sEol;
             s += WriteCard(c.card);
         } else {
             s += c.sText;
