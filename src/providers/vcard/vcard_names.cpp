@@ -134,6 +134,8 @@ ULONG CNamedProps::GetId(const GUID &guid, ULONG ulKind, LONG lID, std::u16strin
         return 0;
     };
     ULONG ulId = find();
+    // The provider's fields are known names whether or not anyone asked for them before.
+    if (guid == PS_TESSEL_VCARD && ulKind == MNID_STRING && IsFieldName(UpperAscii(Utf16ToUtf8(sName)))) bCreate = true;
     if (ulId || !bCreate) return ulId;
     // Another program may have added names since we read the file.
     Load();
