@@ -1,0 +1,41 @@
+// COECompare: the message store behind ICompare, the one the search and the matrix use for API_OE. While the
+// store is not part of this build, every operation fails in order: an error line under "COECompare::<Op>",
+// -1 as the result, null or zero in the outputs.
+#pragma once
+
+#include "compare/icompare.h"
+#include "oestore/oelib.h"
+
+class COECompare : public ICompare {
+public:
+    COECompare() = default;
+    virtual ~COECompare() = default;
+    COECompare(const COECompare &) = delete;
+    COECompare &operator=(const COECompare &) = delete;
+
+    HRESULT OpenFolder(const char *pszEntry, HFOLDER *phFolder) override;
+    void CloseFolder(HFOLDER *phFolder) override;
+    HRESULT OpenItem(const char *pszEntry, HITEM *phItem, BOOL bModify) override;
+    HRESULT OpenFolderItem(HFOLDER hFolder, const char *pszEntry, HITEM *phItem, BOOL bModify) override;
+    void CloseItem(HITEM *phItem) override;
+    HRESULT GetIDFromName(HITEM hItem, ULONG *pTag, const char *pszGUID, LONG nID, const char16_t *sID,
+                          BOOL bCreate) override;
+    HRESULT GetItemProps(HITEM hItem, const SPropTagArray *lpTags, ULONG *pcValues, SPropValue **ppProps,
+                         BOOL bUnicode) override;
+    void FreeItemProps(SPropValue *pProps) override;
+    HRESULT GetItemSize(HITEM hItem, ULONG *pnSize, BOOL bWhole) override;
+    HRESULT GetAttachments(HITEM hItem, ULONG **ppIDs, ULONG *pcIDs) override;
+    HRESULT GetAttachProps(HITEM hItem, ULONG idAttach, const SPropTagArray *lpTags, ULONG *pcValues,
+                           SPropValue **ppProps, ULONG nReserved) override;
+    ULONG GetAttachDisplayNameTag(ULONG nReserved) override;
+    BOOL ValidAttachCmpProps(const SPropValue *pProps, ULONG cValues) override;
+    HRESULT CmpAttachProps(const SPropValue *pProps1, ULONG cValues1, const SPropValue *pProps2, ULONG cValues2,
+                           LONG *pnResult) override;
+    void FreeAttachProps(SPropValue *pProps) override;
+    HRESULT CmpAttachData(HITEM hItem1, ULONG idAttach1, HITEM hItem2, ULONG idAttach2, LONG *pnResult) override;
+    HRESULT OpenStreamProp(HITEM hItem, ULONG nTag, IStream **ppStream, ULONG nReserved) override;
+    HRESULT AllocateBuffer(ULONG cb, void **ppBuffer) override;
+    HRESULT FreeBuffer(void *pBuffer) override;
+
+    COELib m_Lib;
+};
