@@ -83,8 +83,7 @@ LSTATUS RegOpenKeyExA(HKEY hKey, LPCSTR pszSubKey, DWORD ulOptions, REGSAM samDe
     return ERROR_SUCCESS;
 }
 
-LSTATUS RegQueryValueExA(HKEY hKey, LPCSTR pszValueName, DWORD *pReserved, DWORD *pType, BYTE *pData,
-                      DWORD *pcbData) {
+LSTATUS RegQueryValueExA(HKEY hKey, LPCSTR pszValueName, DWORD *pReserved, DWORD *pType, BYTE *pData, DWORD *pcbData) {
     if (pData && !pcbData) return ERROR_INVALID_PARAMETER;
     std::string strPath = KeyPath(hKey, nullptr);
     if (strPath.empty()) return ERROR_INVALID_HANDLE;
@@ -111,7 +110,7 @@ LSTATUS RegCloseKey(HKEY hKey) {
 }
 
 LSTATUS RegSetKeyValueA(HKEY hKey, LPCSTR pszSubKey, LPCSTR pszValueName, DWORD dwType, const void *pData,
-                     DWORD cbData) {
+                        DWORD cbData) {
     if (cbData && !pData) return ERROR_INVALID_PARAMETER;
     std::string strPath = KeyPath(hKey, pszSubKey);
     if (strPath.empty()) return ERROR_INVALID_HANDLE;

@@ -42,7 +42,8 @@ LSTATUS RegQueryValueExA(HKEY hKey, LPCSTR pszValueName, DWORD *pReserved, DWORD
 LSTATUS RegCloseKey(HKEY hKey);
 
 // Writes a value, creating the key if needed. Hosts and tests use it to point the library at another provider.
-LSTATUS RegSetKeyValueA(HKEY hKey, LPCSTR pszSubKey, LPCSTR pszValueName, DWORD dwType, const void *pData, DWORD cbData);
+LSTATUS RegSetKeyValueA(HKEY hKey, LPCSTR pszSubKey, LPCSTR pszValueName, DWORD dwType, const void *pData,
+                        DWORD cbData);
 
 // Removes a key with its values.
 LSTATUS RegDeleteKeyA(HKEY hKey, LPCSTR pszSubKey);

@@ -42,8 +42,7 @@ HRESULT CWABLib::GetIDFromName(IMAPIProp *lpItem, ULONG *pTag, const char *szGUI
     return hr;
 }
 
-HRESULT CWABLib::SetItemProps(IMAPIProp *lpItem, ULONG cValues, SPropValue *lpValues,
-                              SPropProblemArray **ppProblems) {
+HRESULT CWABLib::SetItemProps(IMAPIProp *lpItem, ULONG cValues, SPropValue *lpValues, SPropProblemArray **ppProblems) {
     const char *const kszLabel = "CWABLib::SetItemProps";
     g_Log.Assert(lpItem != nullptr && lpValues != nullptr && ppProblems != nullptr, kszLabel, 0);
     if (ppProblems) *ppProblems = nullptr;

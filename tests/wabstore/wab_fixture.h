@@ -1,0 +1,37 @@
+// A CWABLib connected to fakes: an address book and its allocator handed out by a fake provider module, with the
+// full log captured.
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include "support/fake_wab.h"
+#include "support/log_capture.h"
+#include "wabstore/wablib.h"
+
+class WabFixture : public ::testing::Test {
+protected:
+    WabFixture()
+        : m_pWab(new testsupport::FakeWABObject), m_pBook(new testsupport::FakeAddrBook(m_pWab)),
+          m_module(m_pBook, m_pWab) {}
+    ~WabFixture() override {
+        m_lib.Done();
+        m_pBook->Release();
+        m_pWab->Release();
+    }
+
+    void Connect() {
+        ASSERT_TRUE(m_lib.Init(nullptr, false, false));
+        m_log.Clear();
+    }
+    // Everything the address book handed out has gone back, and the connection is dropped.
+    void TearDown() override {
+        m_lib.Done();
+        EXPECT_EQ(m_pWab->LiveBuffers(), 0u);
+    }
+
+    testsupport::LogCapture m_log;
+    testsupport::FakeWABObject *m_pWab;
+    testsupport::FakeAddrBook *m_pBook;
+    testsupport::FakeWabModule m_module;
+    CWABLib m_lib;
+};
