@@ -1,14 +1,14 @@
 #include "log/log.h"
 
-#include <dlfcn.h>
-#include <unistd.h>
+#include <sys/stat.h>
 
 #include <cstdlib>
 #include <cstring>
 #include <ctime>
 #include <string>
 
-#include "tessel_version.h"
+#include "platform/debugout.h"
+#include "platform/module.h"
 
 CLog g_Log;
 
@@ -111,13 +111,18 @@ std::string FormatToString(const char *pszFormat, va_list args) {
             break;
         }
         switch (conv) {
-        case 'S': {
-            const char16_t *psz = va_arg(args, const char16_t *);
-            std::string text;
-            if (psz) AppendUtf8(text, psz); else text = "(null)";
-            AppendFormatted(out, spec + "s", text.c_str());
+        case 'S':
+        case 's':
+            if (conv == 's' && length != "l") {
+                const char *psz = va_arg(args, const char *);
+                AppendFormatted(out, spec + "s", psz ? psz : "(null)");
+            } else { // "%S" and "%ls": wide text, UTF-16 here as on the platform the formats come from
+                const char16_t *psz = va_arg(args, const char16_t *);
+                std::string text;
+                if (psz) AppendUtf8(text, psz); else text = "(null)";
+                AppendFormatted(out, spec + "s", text.c_str());
+            }
             break;
-        }
         case 'd':
         case 'i':
             if (length == "ll" || length == "q" || length == "j")
@@ -141,11 +146,6 @@ std::string FormatToString(const char *pszFormat, va_list args) {
         case 'c':
             AppendFormatted(out, spec + conv, va_arg(args, int));
             break;
-        case 's': {
-            const char *psz = va_arg(args, const char *);
-            AppendFormatted(out, spec + conv, psz ? psz : "(null)");
-            break;
-        }
         case 'p':
             AppendFormatted(out, spec + conv, va_arg(args, void *));
             break;
@@ -166,50 +166,77 @@ std::string FormatToString(const char *pszFormat, va_list args) {
     return out;
 }
 
-// Keeps about half of a file that grew above its limit, starting at a line start.
+// Keeps about half of a file that grew above its limit, starting at a line start. Anything that goes wrong
+// leaves the file as it was; nothing is reported.
 void TrimFile(const char *pszPath, long nLimit) {
-    FILE *probe = std::fopen(pszPath, "rb");
-    if (!probe) return;
-    long size = -1;
-    if (std::fseek(probe, 0, SEEK_END) == 0) size = std::ftell(probe);
-    std::fclose(probe);
-    if (size < 0 || size <= nLimit) return;
+    struct stat st{};
+    if (stat(pszPath, &st) != 0 || !S_ISREG(st.st_mode) || st.st_size <= nLimit) return;
+    const long nSize = static_cast<long>(st.st_size);
 
-    std::string tempPath = std::string(pszPath) + "1";
+    const std::string tempPath = std::string(pszPath) + "1";
     FILE *in = std::fopen(pszPath, "rb");
     FILE *out = in ? std::fopen(tempPath.c_str(), "wb") : nullptr;
     if (!in || !out) {
         if (in) std::fclose(in);
         return;
     }
-    long cut = size - nLimit / 2;
-    std::fseek(in, cut, SEEK_SET);
-    char probeBuf[kTrimProbe + 1];
-    size_t got = std::fread(probeBuf, 1, kTrimProbe, in);
-    probeBuf[got] = '\0';
-    const char *lineEnd = std::strstr(probeBuf, "\r\n");
-    long keep = -1;
-    if (lineEnd) {
-        keep = cut + (lineEnd - probeBuf) + 2;
-    } else if ((lineEnd = std::strchr(probeBuf, '\n')) != nullptr) {
-        keep = cut + (lineEnd - probeBuf) + 1;
+    const long nCut = nSize - nLimit / 2;
+    std::fseek(in, nCut, SEEK_SET);
+    char probe[kTrimProbe + 1];
+    const size_t nRead = std::fread(probe, 1, kTrimProbe, in);
+    probe[nRead] = '\0';
+    long nKeep = -1;
+    if (const char *pEnd = std::strstr(probe, "\r\n")) {
+        nKeep = nCut + (pEnd - probe) + 2;
+    } else if ((pEnd = std::strchr(probe, '\n')) != nullptr) {
+        nKeep = nCut + (pEnd - probe) + 1;
     }
-    if (keep >= 0) std::fseek(in, keep, SEEK_SET);
+    if (nKeep >= 0) std::fseek(in, nKeep, SEEK_SET); // else the kept part begins behind the bytes read
     char block[kCopyBlock];
     size_t n;
-    while ((n = std::fread(block, 1, sizeof block, in)) > 0) std::fwrite(block, 1, n, out);
+    while ((n = std::fread(block, 1, sizeof block, in)) > 0)
+        if (std::fwrite(block, 1, n, out) != n) break;
+    // A copy cut short (a full disk) must not cost the log: then the temporary file goes instead.
+    const bool bCopied = !std::ferror(in) && !std::ferror(out);
     std::fclose(in);
-    std::fclose(out);
-    std::remove(pszPath);
-    std::rename(tempPath.c_str(), pszPath);
+    const bool bClosed = std::fclose(out) == 0;
+    if (bCopied && bClosed)
+        std::rename(tempPath.c_str(), pszPath); // replaces the log in one step
+    else
+        std::remove(tempPath.c_str());
 }
 
-// The file that holds this code: the shared library, or the program it is linked into.
-bool OwnFileName(char *pszBuffer, size_t nSize) {
-    Dl_info info{};
-    if (!dladdr(reinterpret_cast<void *>(&TrimFile), &info) || !info.dli_fname) return false;
-    std::snprintf(pszBuffer, nSize, "%s", info.dli_fname);
-    return true;
+// "%d.%d.%d.%d" of a version.
+std::string VersionText(const ModuleVersion &version) {
+    char sz[64];
+    std::snprintf(sz, sizeof sz, "%u.%u.%u.%u", version.nMajor, version.nMinor, version.nPatch, version.nBuild);
+    return sz;
+}
+
+// The name behind the last "\\", or if there is none the last "/", or the whole path.
+const char *BaseName(const char *pszPath) {
+    if (const char *p = std::strrchr(pszPath, '\\')) return p + 1;
+    if (const char *p = std::strrchr(pszPath, '/')) return p + 1;
+    return pszPath;
+}
+
+// The banner of InitLog: the library's version, the program's version and name, each where it is known.
+// Sets the version field of the error log when the library's version is read.
+std::string BuildBanner(char (&szVersion)[32]) {
+    std::string banner;
+    char szName[1024];
+    if (GetOwnModuleFileName(szName, sizeof szName)) {
+        const std::string version = VersionText(GetOwnModuleVersion());
+        std::snprintf(szVersion, sizeof szVersion, "%s", version.c_str());
+        banner += "\n\tDLL.Version = " + version;
+    }
+    ModuleVersion programVersion;
+    if (GetProgramFileName(szName, sizeof szName) && GetProgramVersion(&programVersion)) {
+        banner += "\n\tEXE.Version = " + VersionText(programVersion);
+        banner += "\n\tEXE.Filename = ";
+        banner += BaseName(szName);
+    }
+    return banner;
 }
 
 } // namespace
@@ -257,9 +284,9 @@ void CLog::Write(Kind kind, int32_t nCode, const char *pszLabel, const char *psz
     FormatLogText(message, sizeof message, pszFormat, args);
 
     if (m_bDebugOutput) {
-        std::fputs(head, stderr);
-        std::fputs(message, stderr);
-        std::fputs("\n", stderr);
+        OutputDebugStringA(head);
+        OutputDebugStringA(message);
+        OutputDebugStringA("\n");
     }
     if (m_pszLogPath && m_fLog) {
         std::fprintf(m_fLog, "%s%s\n", head, message);
@@ -321,16 +348,8 @@ void CLog::InitLog(const char *pszErrorLog, const char *pszLog, bool bDebugOutpu
         m_fLog = std::fopen(m_pszLogPath, "a");
     }
 
-    std::string banner;
-    char name[1024];
-    if (OwnFileName(name, sizeof name)) {
-        std::snprintf(m_szVersion, sizeof m_szVersion, "%d.%d.%d.%d", TESSEL_VERSION_MAJOR, TESSEL_VERSION_MINOR,
-                      TESSEL_VERSION_PATCH, TESSEL_VERSION_BUILD);
-        banner += "\n\tDLL.Version = ";
-        banner += m_szVersion;
-    }
-    // A Linux program carries no version resource, so the EXE lines of the banner never appear.
-    if (!banner.empty()) g_Log.Info(2, "InitLog", "%s", banner.c_str());
+    const std::string banner = BuildBanner(m_szVersion);
+    if (!banner.empty()) g_Log.Info(2, "InitLog", "%s", banner.c_str()); // the banner is no format
 }
 
 void CLog::CloseFiles() {

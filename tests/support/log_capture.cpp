@@ -1,6 +1,5 @@
 #include "support/log_capture.h"
 
-#include <cctype>
 #include <fstream>
 #include <sstream>
 
@@ -9,44 +8,38 @@
 namespace testsupport {
 
 namespace {
-
-// "dd/mm/yyyy hh:mm:ss " at the start of a line: the head's date and time.
-size_t TimestampLength(const std::string &strLine) {
-    const char *pszShape = "##/##/#### ##:##:## ";
-    size_t n = std::char_traits<char>::length(pszShape);
-    if (strLine.size() < n) return 0;
-    for (size_t i = 0; i < n; ++i) {
-        bool bDigit = std::isdigit(static_cast<unsigned char>(strLine[i])) != 0;
-        if (pszShape[i] == '#' ? !bDigit : strLine[i] != pszShape[i]) return 0;
-    }
-    return n;
-}
-
+// "dd/mm/yyyy hh:mm:ss " in front of every line.
+constexpr size_t kStampLength = 20;
 } // namespace
 
-LogCapture::LogCapture(int nLevel) : m_strPath((m_dir.path() / "full.log").string()), m_nLevel(nLevel) {
-    g_Log.InitLog(nullptr, m_strPath.c_str(), false, m_nLevel);
+CLogCapture::CLogCapture(int nLevel) : m_path((m_dir.path() / "full.log").string()), m_nLevel(nLevel) {
+    g_Log.InitLog(nullptr, m_path.c_str(), false, m_nLevel);
 }
 
-LogCapture::~LogCapture() { g_Log.InitLog(nullptr, nullptr, false, 1); }
+CLogCapture::~CLogCapture() { g_Log.InitLog(nullptr, nullptr, false, 1); }
 
-std::string LogCapture::Text() const {
-    std::ifstream in(m_strPath, std::ios::binary);
-    std::string strText, strLine;
-    while (std::getline(in, strLine))
-        strText += strLine.substr(TimestampLength(strLine)) + "\n";
-    return strText;
+std::string CLogCapture::Text() const {
+    std::ifstream in(m_path, std::ios::binary);
+    std::stringstream ss;
+    ss << in.rdbuf();
+    return ss.str();
 }
 
-bool LogCapture::Has(const std::string &strEntry) const {
-    std::string strText = "\n" + Text();
-    return strText.find("\n" + strEntry + "\n") != std::string::npos;
+std::vector<std::string> CLogCapture::Lines() const {
+    std::vector<std::string> lines;
+    std::istringstream in(Text());
+    std::string line;
+    while (std::getline(in, line)) {
+        if (line.empty()) continue;
+        lines.push_back(line.size() > kStampLength ? line.substr(kStampLength) : line);
+    }
+    return lines;
 }
 
-void LogCapture::Clear() {
+void CLogCapture::Clear() {
     g_Log.InitLog(nullptr, nullptr, false, m_nLevel);
-    std::ofstream(m_strPath, std::ios::trunc).close();
-    g_Log.InitLog(nullptr, m_strPath.c_str(), false, m_nLevel);
+    std::ofstream(m_path, std::ios::trunc);
+    g_Log.InitLog(nullptr, m_path.c_str(), false, m_nLevel);
 }
 
 } // namespace testsupport

@@ -1,30 +1,31 @@
-// Sends the full log to a temporary file for the life of the object, so that a test can read back the lines the
-// code under test wrote. The log goes back to silence (level 1) afterwards.
+// Sends g_Log's full log to a temporary file for the life of the object, so that a test can read back the lines
+// the code under test logged. Back to no log at all when it goes.
 #pragma once
 
 #include <string>
+#include <vector>
 
 #include "support/paths.h"
 
 namespace testsupport {
 
-class LogCapture {
+class CLogCapture {
 public:
-    explicit LogCapture(int nLevel = 1);
-    ~LogCapture();
-    LogCapture(const LogCapture &) = delete;
-    LogCapture &operator=(const LogCapture &) = delete;
+    explicit CLogCapture(int nLevel = 1);
+    ~CLogCapture();
+    CLogCapture(const CLogCapture &) = delete;
+    CLogCapture &operator=(const CLogCapture &) = delete;
 
-    // Everything logged so far, each entry without its date and time, so "Err[0x7e] in CWAB::Init: ...".
+    // Everything written so far, byte for byte.
     std::string Text() const;
-    // True if some entry, date and time left out, is exactly this text (which may span several lines).
-    bool Has(const std::string &strEntry) const;
-    // Starts afresh: what was logged so far is dropped.
+    // The non-empty lines, each without its date and time: "Err[0x80004005] in CClass::Method: text".
+    std::vector<std::string> Lines() const;
+    // Forgets what was logged so far.
     void Clear();
 
 private:
     TempDir m_dir;
-    std::string m_strPath;
+    std::string m_path;
     int m_nLevel;
 };
 

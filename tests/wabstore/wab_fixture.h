@@ -4,9 +4,15 @@
 
 #include <gtest/gtest.h>
 
+#include <string>
+
 #include "support/fake_wab.h"
 #include "support/log_capture.h"
 #include "wabstore/wablib.h"
+
+// The captured log with the date and time cut from the head of every entry, so "Err[0x7e] in CWAB::Init: ...\n";
+// the lines that continue an entry stay whole.
+std::string LoggedText(const testsupport::CLogCapture &log);
 
 class WabFixture : public ::testing::Test {
 protected:
@@ -23,13 +29,18 @@ protected:
         ASSERT_TRUE(m_lib.Init(nullptr, false, false));
         m_log.Clear();
     }
+    std::string Logged() const { return LoggedText(m_log); }
+    // True if some entry, date and time left out, is exactly this text.
+    bool HasLogged(const std::string &strEntry) const {
+        return ("\n" + Logged()).find("\n" + strEntry + "\n") != std::string::npos;
+    }
     // Everything the address book handed out has gone back, and the connection is dropped.
     void TearDown() override {
         m_lib.Done();
         EXPECT_EQ(m_pWab->LiveBuffers(), 0u);
     }
 
-    testsupport::LogCapture m_log;
+    testsupport::CLogCapture m_log;
     testsupport::FakeWABObject *m_pWab;
     testsupport::FakeAddrBook *m_pBook;
     testsupport::FakeWabModule m_module;

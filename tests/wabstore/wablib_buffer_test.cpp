@@ -11,7 +11,7 @@ TEST_F(WabBufferTest, AllocatesAndFreesThroughTheAddressBook) {
     EXPECT_EQ(m_pWab->LiveBuffers(), 1u);
     EXPECT_EQ(m_lib.FreeBuffer(p), S_OK);
     EXPECT_EQ(m_pWab->LiveBuffers(), 0u);
-    EXPECT_EQ(m_log.Text(), "");
+    EXPECT_EQ(Logged(), "");
 }
 
 TEST_F(WabBufferTest, FreeBufferHandsOnTheAllocatorsResult) {
@@ -26,23 +26,23 @@ TEST_F(WabBufferTest, FreeBufferOfNullAssertsAndCallsNothing) {
     Connect();
     EXPECT_EQ(m_lib.FreeBuffer(nullptr), -1);
     EXPECT_EQ(m_pWab->cFreeCalls, 0);
-    EXPECT_EQ(m_log.Text(), "Err in CWABLib::FreeBuffer: ASSERT failed in line 1\n");
+    EXPECT_EQ(Logged(), "Err in CWABLib::FreeBuffer: ASSERT failed in line 1\n");
 }
 
 TEST_F(WabBufferTest, WithoutConnectionBothGiveMinusTwo) {
     int n = 0;
     EXPECT_EQ(m_lib.FreeBuffer(&n), -2);
-    EXPECT_EQ(m_log.Text(), "Err in CWABLib::FreeBuffer: ASSERT failed in line 0\n");
+    EXPECT_EQ(Logged(), "Err in CWABLib::FreeBuffer: ASSERT failed in line 0\n");
     m_log.Clear();
     void *p = &n;
     EXPECT_EQ(m_lib.AllocateBuffer(4, &p), -2);
-    EXPECT_EQ(m_log.Text(), "Err in CWABLib::AllocateBuffer: ASSERT failed in line 0\n");
+    EXPECT_EQ(Logged(), "Err in CWABLib::AllocateBuffer: ASSERT failed in line 0\n");
 }
 
 TEST_F(WabBufferTest, AllocateWithNullOutGivesMinusOne) {
     Connect();
     EXPECT_EQ(m_lib.AllocateBuffer(4, nullptr), -1);
-    EXPECT_EQ(m_log.Text(), "Err in CWABLib::AllocateBuffer: ASSERT failed in line 1\n");
+    EXPECT_EQ(Logged(), "Err in CWABLib::AllocateBuffer: ASSERT failed in line 1\n");
     EXPECT_EQ(m_pWab->LiveBuffers(), 0u);
 }
 
@@ -51,7 +51,7 @@ TEST_F(WabBufferTest, AllocateOfZeroBytesAssertsAndGoesOn) {
     void *p = nullptr;
     EXPECT_EQ(m_lib.AllocateBuffer(0, &p), S_OK);
     EXPECT_NE(p, nullptr);
-    EXPECT_EQ(m_log.Text(), "Err in CWABLib::AllocateBuffer: ASSERT failed in line 1\n");
+    EXPECT_EQ(Logged(), "Err in CWABLib::AllocateBuffer: ASSERT failed in line 1\n");
     m_lib.FreeBuffer(p);
 }
 

@@ -49,7 +49,7 @@ TEST_F(WabEntryTest, OpenEntryTurnsTheTextIntoTheIdAndPicksTheAccess) {
     EXPECT_EQ(m_pBook->openCalls[1].ulFlags, MAPI_MODIFY);
     EXPECT_EQ(m_pBook->openCalls[1].lpInterface, &IID_IMailUser);
     EXPECT_EQ(RefCount(m_pUser), 2u);
-    EXPECT_EQ(m_log.Text(), "");
+    EXPECT_EQ(Logged(), "");
 }
 
 TEST_F(WabEntryTest, OpenEntryLogsNothingOnFailure) {
@@ -58,13 +58,13 @@ TEST_F(WabEntryTest, OpenEntryLogsNothingOnFailure) {
     EXPECT_EQ(m_lib.OpenEntry("FFFF", &pObject, &ulType, false, nullptr), MAPI_E_UNKNOWN_ENTRYID);
     EXPECT_EQ(pObject, nullptr);
     EXPECT_EQ(ulType, 0u);
-    EXPECT_EQ(m_log.Text(), "");
+    EXPECT_EQ(Logged(), "");
 }
 
 TEST_F(WabEntryTest, OpenEntryWithNullArgumentsAsserts) {
     ULONG ulType = 0;
     EXPECT_EQ(m_lib.OpenEntry("12AB00", nullptr, &ulType, false, nullptr), -1);
-    EXPECT_EQ(m_log.Text(), "Err in CWABLib::OpenEntry: ASSERT failed in line 0\n");
+    EXPECT_EQ(Logged(), "Err in CWABLib::OpenEntry: ASSERT failed in line 0\n");
     EXPECT_TRUE(m_pBook->openCalls.empty());
 }
 
@@ -82,7 +82,7 @@ TEST_F(WabEntryTest, OpenItemHandsOutContactsAndDistributionLists) {
     EXPECT_EQ(ulType, static_cast<ULONG>(MAPI_DISTLIST));
     EXPECT_EQ(m_pBook->openCalls.back().ulFlags, MAPI_BEST_ACCESS);
     pItem->Release();
-    EXPECT_EQ(m_log.Text(), "");
+    EXPECT_EQ(Logged(), "");
 }
 
 TEST_F(WabEntryTest, OpenItemRefusesAContainer) {
@@ -91,7 +91,7 @@ TEST_F(WabEntryTest, OpenItemRefusesAContainer) {
     EXPECT_EQ(m_lib.OpenItem("56", &pItem, &ulType, false), -1);
     EXPECT_EQ(pItem, nullptr);
     EXPECT_EQ(ulType, 0u);
-    EXPECT_EQ(m_log.Text(), "Err[0x4] in CWABLib::OpenItem: This function opens only MailUser or DistList objects\n");
+    EXPECT_EQ(Logged(), "Err[0x4] in CWABLib::OpenItem: This function opens only MailUser or DistList objects\n");
     EXPECT_EQ(RefCount(m_pContainer), 2u); // ours and the book's: the opened one was released
 }
 
@@ -100,7 +100,7 @@ TEST_F(WabEntryTest, OpenItemHandsOnTheCodeOfAnUnknownEntry) {
     ULONG ulType = 5;
     EXPECT_EQ(m_lib.OpenItem("0102030405", &pItem, &ulType, false), MAPI_E_UNKNOWN_ENTRYID);
     EXPECT_EQ(pItem, nullptr);
-    EXPECT_EQ(m_log.Text(), "");
+    EXPECT_EQ(Logged(), "");
 }
 
 TEST_F(WabEntryTest, OpenItemWithoutConnectionFailsInOrder) {
@@ -109,7 +109,7 @@ TEST_F(WabEntryTest, OpenItemWithoutConnectionFailsInOrder) {
     ULONG ulType = 0;
     EXPECT_EQ(m_lib.OpenItem("12AB00", &pItem, &ulType, false), -1);
     EXPECT_EQ(pItem, nullptr);
-    EXPECT_EQ(m_log.Text(), "Err in CWABLib::OpenEntry: WAB is not initialized\n");
+    EXPECT_EQ(Logged(), "Err in CWABLib::OpenEntry: WAB is not initialized\n");
 }
 
 TEST_F(WabEntryTest, DisplayItemPassesTheWindowAndTheId) {
@@ -120,15 +120,15 @@ TEST_F(WabEntryTest, DisplayItemPassesTheWindowAndTheId) {
 
     m_pBook->hrDetails = MAPI_E_NO_SUPPORT;
     EXPECT_EQ(m_lib.DisplayItem("34", 0), MAPI_E_NO_SUPPORT);
-    EXPECT_EQ(m_log.Text(), "");
+    EXPECT_EQ(Logged(), "");
 }
 
 TEST_F(WabEntryTest, DisplayItemAssertsOnAMissingText) {
     EXPECT_EQ(m_lib.DisplayItem(nullptr, 0), -1);
-    EXPECT_EQ(m_log.Text(), "Err in CWABLib::DisplayItem: ASSERT failed in line 0\n");
+    EXPECT_EQ(Logged(), "Err in CWABLib::DisplayItem: ASSERT failed in line 0\n");
     EXPECT_TRUE(m_pBook->detailsCalls.empty());
 
     m_log.Clear();
     m_lib.DisplayItem("", 0); // asserted, and the address book decides
-    EXPECT_EQ(m_log.Text(), "Err in CWABLib::DisplayItem: ASSERT failed in line 0\n");
+    EXPECT_EQ(Logged(), "Err in CWABLib::DisplayItem: ASSERT failed in line 0\n");
 }

@@ -65,7 +65,7 @@ TEST_F(WabFoldersTest, ListsEveryContainerWithItsCount) {
     EXPECT_EQ(m_pBook->openCalls[0].ulFlags, MAPI_BEST_ACCESS);
     EXPECT_EQ(m_pBook->openCalls[1].ulFlags, MAPI_BEST_ACCESS);
     EXPECT_EQ(m_pBook->root->contentsFlags, std::vector<ULONG>{0});
-    EXPECT_EQ(m_log.Text(), "");
+    EXPECT_EQ(Logged(), "");
     EXPECT_EQ(testsupport::RefCount(m_pBook->root), 1u); // the root is released again
 }
 
@@ -81,7 +81,7 @@ TEST_F(WabFoldersTest, RootWithoutRowsGivesAnEmptyListNotNull) {
     ASSERT_NE(m_pFolders, nullptr);
     EXPECT_EQ(m_pFolders->cFolders, 0u);
     EXPECT_EQ(m_pFolders->pFolders, nullptr);
-    EXPECT_EQ(m_log.Text(), "");
+    EXPECT_EQ(Logged(), "");
 }
 
 TEST_F(WabFoldersTest, DisplayNameAsErrorGivesNullName) {
@@ -108,7 +108,7 @@ TEST_F(WabFoldersTest, RowsWithoutEntryIdAreLeftOutSilently) {
     ASSERT_EQ(m_pFolders->cFolders, 1u);
     EXPECT_STREQ(m_pFolders->pFolders[0].szName, "kept");
     EXPECT_EQ(m_pFolders->pFolders[0].nItems, 2);
-    EXPECT_EQ(m_log.Text(), "");
+    EXPECT_EQ(Logged(), "");
 }
 
 TEST_F(WabFoldersTest, RootThatCannotBeOpenedGivesItsCodeAndNoList) {
@@ -117,7 +117,7 @@ TEST_F(WabFoldersTest, RootThatCannotBeOpenedGivesItsCodeAndNoList) {
     m_pFolders = reinterpret_cast<WABFolders *>(8);
     EXPECT_EQ(m_lib.GetFolders(&m_pFolders, false), MAPI_E_NO_ACCESS);
     EXPECT_EQ(m_pFolders, nullptr);
-    EXPECT_EQ(m_log.Text(), "Err[0x80070005] in CWABLib::GetFolders: Open Root Container\n");
+    EXPECT_EQ(Logged(), "Err[0x80070005] in CWABLib::GetFolders: Open Root Container\n");
 }
 
 TEST_F(WabFoldersTest, RootWithoutTableGivesItsCodeAndNoList) {
@@ -125,7 +125,7 @@ TEST_F(WabFoldersTest, RootWithoutTableGivesItsCodeAndNoList) {
     m_pBook->root->hrContents = MAPI_E_NO_SUPPORT;
     EXPECT_EQ(m_lib.GetFolders(&m_pFolders, false), MAPI_E_NO_SUPPORT);
     EXPECT_EQ(m_pFolders, nullptr);
-    EXPECT_EQ(m_log.Text(), "Err[0x80040102] in CWABLib::GetFolders: Open Root Container\n");
+    EXPECT_EQ(Logged(), "Err[0x80040102] in CWABLib::GetFolders: Open Root Container\n");
     EXPECT_EQ(testsupport::RefCount(m_pBook->root), 1u);
 }
 
@@ -134,7 +134,7 @@ TEST_F(WabFoldersTest, RowCountFailureGivesItsCodeAndNoList) {
     m_pBook->root->hrGetRowCount = MAPI_E_CALL_FAILED;
     EXPECT_EQ(m_lib.GetFolders(&m_pFolders, false), MAPI_E_CALL_FAILED);
     EXPECT_EQ(m_pFolders, nullptr);
-    EXPECT_EQ(m_log.Text(), "Err[0x80004005] in CWABLib::GetFolders: RootTable->GetRowCount\n");
+    EXPECT_EQ(Logged(), "Err[0x80004005] in CWABLib::GetFolders: RootTable->GetRowCount\n");
 }
 
 TEST_F(WabFoldersTest, QueryRowsFailureGivesItsCodeAndAnEmptyList) {
@@ -145,7 +145,7 @@ TEST_F(WabFoldersTest, QueryRowsFailureGivesItsCodeAndAnEmptyList) {
     ASSERT_NE(m_pFolders, nullptr);
     EXPECT_EQ(m_pFolders->cFolders, 0u);
     EXPECT_EQ(m_pFolders->pFolders, nullptr);
-    EXPECT_EQ(m_log.Text(), "");
+    EXPECT_EQ(Logged(), "");
 }
 
 TEST_F(WabFoldersTest, ContainerThatCannotBeCountedStaysWithMinusOne) {
@@ -167,17 +167,17 @@ TEST_F(WabFoldersTest, ContainerThatCannotBeCountedStaysWithMinusOne) {
     EXPECT_EQ(m_pFolders->pFolders[2].nItems, -1);
     EXPECT_EQ(m_pFolders->pFolders[3].nItems, -1);
     EXPECT_EQ(m_pFolders->pFolders[4].nItems, 0);
-    EXPECT_EQ(m_log.Text(), "Err[0x80070005] in CWABLib::_GetItemsCount: AddrBook->OpenEntry\n"
-                            "Err[0x6] in CWABLib::_GetItemsCount: Object is not ABContainer\n"
-                            "Err[0x80004005] in CWABLib::_GetItemsCount: Container->GetContentsTable\n"
-                            "Err[0x80040102] in CWABLib::_GetItemsCount: Table->GetRowCount\n");
+    EXPECT_EQ(Logged(), "Err[0x80070005] in CWABLib::_GetItemsCount: AddrBook->OpenEntry\n"
+                        "Err[0x6] in CWABLib::_GetItemsCount: Object is not ABContainer\n"
+                        "Err[0x80004005] in CWABLib::_GetItemsCount: Container->GetContentsTable\n"
+                        "Err[0x80040102] in CWABLib::_GetItemsCount: Table->GetRowCount\n");
     EXPECT_EQ(testsupport::RefCount(pUser), 1u); // the contact opened for counting was released
 }
 
 TEST_F(WabFoldersTest, NullOutAssertsAndFails) {
     Connect();
     EXPECT_EQ(m_lib.GetFolders(nullptr, false), -1);
-    EXPECT_EQ(m_log.Text(), "Err in CWABLib::GetFolders: ASSERT failed in line 0\n");
+    EXPECT_EQ(Logged(), "Err in CWABLib::GetFolders: ASSERT failed in line 0\n");
 }
 
 TEST_F(WabFoldersTest, FreeFoldersIgnoresNull) { WABFreeFolders(nullptr); }

@@ -46,7 +46,7 @@ TEST_F(WabInitTest, ConnectsThroughTheProviderNamedInTheRegistry) {
     EXPECT_FALSE(m_lib.Initialized());
     EXPECT_EQ(RefCount(m_pBook), 1u);
     EXPECT_EQ(GetModuleHandleA("fakewab"), nullptr);
-    EXPECT_EQ(m_log.Text(), "");
+    EXPECT_EQ(Logged(), "");
 }
 
 TEST_F(WabInitTest, NullFileNameSelectsTheDefaultBook) {
@@ -78,7 +78,7 @@ TEST_F(WabInitTest, DoneWithoutConnectionDoesNothing) {
     m_lib.Done();
     m_lib.Done();
     EXPECT_FALSE(m_lib.Initialized());
-    EXPECT_EQ(m_log.Text(), "");
+    EXPECT_EQ(Logged(), "");
 }
 
 TEST_F(WabInitTest, DestructorDropsTheConnection) {
@@ -94,7 +94,7 @@ TEST_F(WabInitTest, DestructorDropsTheConnection) {
 TEST_F(WabInitTest, WithoutRegistryKeyTheBareNameIsLoaded) {
     SetWabDllPath(nullptr);
     EXPECT_FALSE(m_lib.Init(nullptr, false, false));
-    EXPECT_EQ(m_log.Text(), "Err[0x7e] in CWAB::Init: Cant load wab32.dll\n");
+    EXPECT_EQ(Logged(), "Err[0x7e] in CWAB::Init: Cant load wab32.dll\n");
     EXPECT_EQ(FakeWabModule::cOpens, 0);
 
     m_log.Clear();
@@ -103,20 +103,20 @@ TEST_F(WabInitTest, WithoutRegistryKeyTheBareNameIsLoaded) {
     EXPECT_TRUE(m_lib.Init(nullptr, false, false));
     EXPECT_NE(GetModuleHandleA("wab32.dll"), nullptr);
     m_lib.Done();
-    EXPECT_EQ(m_log.Text(), "");
+    EXPECT_EQ(Logged(), "");
 }
 
 TEST_F(WabInitTest, EmptyRegistryValueLoadsTheBareName) {
     SetWabDllPath("");
     EXPECT_FALSE(m_lib.Init(nullptr, false, false));
-    EXPECT_TRUE(m_log.Has("Err[0x7e] in CWAB::Init: Cant load wab32.dll"));
+    EXPECT_TRUE(HasLogged("Err[0x7e] in CWAB::Init: Cant load wab32.dll"));
 }
 
 TEST_F(WabInitTest, PathWithVariableIsLoadedExpanded) {
     ScopedEnv env("TESSEL_TEST_WAB_DIR", "/opt/providers");
     SetWabDllPath("%TESSEL_TEST_WAB_DIR%/fakewab");
     ASSERT_TRUE(m_lib.Init(nullptr, false, false));
-    EXPECT_EQ(m_log.Text(), "");
+    EXPECT_EQ(Logged(), "");
 
     // The variable itself names the module: only the expanded text finds it.
     m_lib.Done();
@@ -129,7 +129,7 @@ TEST_F(WabInitTest, UndefinedVariableStaysInThePath) {
     unsetenv("TESSEL_TEST_WAB_UNDEFINED");
     SetWabDllPath("%TESSEL_TEST_WAB_UNDEFINED%");
     EXPECT_FALSE(m_lib.Init(nullptr, false, false));
-    EXPECT_EQ(m_log.Text(), "Err[0x7e] in CWAB::Init: Cant load wab32.dll\n");
+    EXPECT_EQ(Logged(), "Err[0x7e] in CWAB::Init: Cant load wab32.dll\n");
 }
 
 TEST_F(WabInitTest, ExpansionBeyond260BytesKeepsTheUnexpandedPath) {
@@ -137,7 +137,7 @@ TEST_F(WabInitTest, ExpansionBeyond260BytesKeepsTheUnexpandedPath) {
     // A module named like the unexpanded text proves that this text was loaded.
     FakeWabModule literal(m_pBook, m_pWab, "%TESSEL_TEST_WAB_LONG%");
     EXPECT_TRUE(m_lib.Init(nullptr, false, false));
-    EXPECT_EQ(m_log.Text(), "Err in CWAB::Init: ExpandEnvironmentStrings - need 301 bytes\n");
+    EXPECT_EQ(Logged(), "Err in CWAB::Init: ExpandEnvironmentStrings - need 301 bytes\n");
     m_lib.Done();
 }
 
@@ -145,20 +145,20 @@ TEST_F(WabInitTest, ExpansionOf260BytesFitsAnd261DoNot) {
     ScopedEnv fit("TESSEL_TEST_WAB_FIT", std::string(252, 'y'));
     SetWabDllPath("%TESSEL_TEST_WAB_FIT%fakewab"); // 252 + 7 characters and the terminator: 260
     EXPECT_FALSE(m_lib.Init(nullptr, false, false));
-    EXPECT_EQ(m_log.Text(), "Err[0x7e] in CWAB::Init: Cant load wab32.dll\n");
+    EXPECT_EQ(Logged(), "Err[0x7e] in CWAB::Init: Cant load wab32.dll\n");
 
     m_log.Clear();
     ScopedEnv over("TESSEL_TEST_WAB_FIT", std::string(253, 'y'));
     EXPECT_FALSE(m_lib.Init(nullptr, false, false));
-    EXPECT_EQ(m_log.Text(), "Err in CWAB::Init: ExpandEnvironmentStrings - need 261 bytes\n"
-                            "Err[0x7e] in CWAB::Init: Cant load wab32.dll\n");
+    EXPECT_EQ(Logged(), "Err in CWAB::Init: ExpandEnvironmentStrings - need 261 bytes\n"
+                        "Err[0x7e] in CWAB::Init: Cant load wab32.dll\n");
 }
 
 TEST_F(WabInitTest, MissingEntryPointFailsAndUnloads) {
     FakeWabModule noEntry(m_pBook, m_pWab, "noentry", false);
     EXPECT_FALSE(m_lib.Init(nullptr, false, false));
     EXPECT_FALSE(m_lib.Initialized());
-    EXPECT_EQ(m_log.Text(), "Err[0x7f] in CWAB::Init: Cant find WABOpen function in wab32.dll\n");
+    EXPECT_EQ(Logged(), "Err[0x7f] in CWAB::Init: Cant find WABOpen function in wab32.dll\n");
     EXPECT_EQ(GetModuleHandleA("noentry"), nullptr);
 }
 
@@ -167,7 +167,7 @@ TEST_F(WabInitTest, WABOpenFailureIsLoggedAndLeavesNothingHeld) {
     FakeWabModule::bHandOutOnFailure = true;
     EXPECT_FALSE(m_lib.Init(nullptr, false, false));
     EXPECT_FALSE(m_lib.Initialized());
-    EXPECT_EQ(m_log.Text(), "Err[0x80070005] in CWAB::Init: Cant init wab\n");
+    EXPECT_EQ(Logged(), "Err[0x80070005] in CWAB::Init: Cant init wab\n");
     EXPECT_EQ(RefCount(m_pBook), 1u);
     EXPECT_EQ(GetModuleHandleA("fakewab"), nullptr);
 }
@@ -180,7 +180,7 @@ TEST_F(WabInitTest, InitializedNeedsBothObjects) {
     WABFolders *pFolders = reinterpret_cast<WABFolders *>(1);
     EXPECT_EQ(m_lib.GetFolders(&pFolders, false), -1);
     EXPECT_EQ(pFolders, nullptr);
-    EXPECT_TRUE(m_log.Has("Err in CWABLib::GetFolders: WAB is not initialized"));
+    EXPECT_TRUE(HasLogged("Err in CWABLib::GetFolders: WAB is not initialized"));
     m_lib.Done();
 }
 

@@ -48,7 +48,7 @@ TEST_F(WabPropsTest, GetItemPropsAsksForWideTextOnlyWhenTold) {
     EXPECT_EQ(m_lib.GetItemProps(m_pUser, tags, &cValues, &pValues, true), MAPI_W_ERRORS_RETURNED);
     EXPECT_EQ(m_lib.FreeBuffer(pValues), S_OK);
     EXPECT_EQ(m_pUser->getPropsFlags, (std::vector<ULONG>{0, MAPI_UNICODE}));
-    EXPECT_EQ(m_log.Text(), "");
+    EXPECT_EQ(Logged(), "");
 }
 
 TEST_F(WabPropsTest, GetItemPropsHandsOnAFailure) {
@@ -58,13 +58,13 @@ TEST_F(WabPropsTest, GetItemPropsHandsOnAFailure) {
     EXPECT_EQ(m_lib.GetItemProps(m_pUser, TwoTags(PR_DISPLAY_NAME, PR_COMMENT), &cValues, &pValues, false),
               MAPI_E_NO_ACCESS);
     EXPECT_EQ(pValues, nullptr);
-    EXPECT_EQ(m_log.Text(), "");
+    EXPECT_EQ(Logged(), "");
 }
 
 TEST_F(WabPropsTest, GetItemPropsAssertsOnNullArguments) {
     ULONG cValues = 0;
     EXPECT_EQ(m_lib.GetItemProps(m_pUser, TwoTags(PR_DISPLAY_NAME, PR_COMMENT), &cValues, nullptr, false), -1);
-    EXPECT_EQ(m_log.Text(), "Err in CWABLib::GetItemProps: ASSERT failed in line 0\n");
+    EXPECT_EQ(Logged(), "Err in CWABLib::GetItemProps: ASSERT failed in line 0\n");
     EXPECT_TRUE(m_pUser->getPropsFlags.empty());
 }
 
@@ -79,7 +79,7 @@ TEST_F(WabPropsTest, GetIDFromNameAsksByNumberWhenThereIsOne) {
     const BYTE abExpected[16] = {0xA9, 0x92, 0x0C, 0xE7, 0xFD, 0x4B, 0xD1, 0x11,
                                  0x8A, 0x95, 0x00, 0xC0, 0x4F, 0xB9, 0x51, 0xF3};
     EXPECT_EQ(std::memcmp(&m_pUser->lastGuid, abExpected, 16), 0);
-    EXPECT_EQ(m_log.Text(), "");
+    EXPECT_EQ(Logged(), "");
 }
 
 TEST_F(WabPropsTest, GetIDFromNameAsksByStringWithoutNumber) {
@@ -111,7 +111,7 @@ TEST_F(WabPropsTest, GetIDFromNameTakesTheTagOnlyOnPlainSuccess) {
 TEST_F(WabPropsTest, GetIDFromNameWithoutAnyNameAsserts) {
     ULONG ulTag = 0;
     EXPECT_EQ(m_lib.GetIDFromName(m_pUser, &ulTag, "{00062004-0000-0000-C000-000000000046}", 0, nullptr, false), -1);
-    EXPECT_EQ(m_log.Text(), "Err in CWABLib::GetIDFromName: ASSERT failed in line 1\n");
+    EXPECT_EQ(Logged(), "Err in CWABLib::GetIDFromName: ASSERT failed in line 1\n");
     EXPECT_EQ(m_pUser->lastKind, 0xFFFFFFFFu); // the store was not asked
 }
 
@@ -131,13 +131,12 @@ TEST_F(WabPropsTest, SetItemPropsLogsAllProblemsInOneLine) {
     ASSERT_NE(pProblems, nullptr);
     EXPECT_EQ(pProblems->cProblem, 3u);
     EXPECT_EQ(m_lib.FreeBuffer(pProblems), S_OK);
-    EXPECT_EQ(m_log.Text(),
-              "Inf in CWABLib::SetItemProps: Problems dumb:\n"
-              "tag=0x3001001e err=0x80070005tag=0x3003001e err=0x80040301tag=0x3004001e err=0x80040302\n");
+    EXPECT_EQ(Logged(), "Inf in CWABLib::SetItemProps: Problems dumb:\n"
+                        "tag=0x3001001e err=0x80070005tag=0x3003001e err=0x80040301tag=0x3004001e err=0x80040302\n");
 }
 
 TEST_F(WabPropsTest, SetItemPropsProblemsAreAnInfoLineOfLevelZero) {
-    testsupport::LogCapture quiet(0);
+    testsupport::CLogCapture quiet(0);
     m_pUser->problems = {{0, PR_DISPLAY_NAME, MAPI_E_NO_ACCESS}};
     SPropValue value{};
     value.ulPropTag = PR_DISPLAY_NAME;
@@ -145,7 +144,7 @@ TEST_F(WabPropsTest, SetItemPropsProblemsAreAnInfoLineOfLevelZero) {
     SPropProblemArray *pProblems = nullptr;
     m_lib.SetItemProps(m_pUser, 1, &value, &pProblems);
     m_lib.FreeBuffer(pProblems);
-    EXPECT_EQ(quiet.Text(), "Inf in CWABLib::SetItemProps: Problems dumb:\ntag=0x3001001e err=0x80070005\n");
+    EXPECT_EQ(LoggedText(quiet), "Inf in CWABLib::SetItemProps: Problems dumb:\ntag=0x3001001e err=0x80070005\n");
 }
 
 TEST_F(WabPropsTest, SetItemPropsWithoutProblemsLogsNothing) {
@@ -157,7 +156,7 @@ TEST_F(WabPropsTest, SetItemPropsWithoutProblemsLogsNothing) {
     EXPECT_EQ(pProblems, nullptr);
     ASSERT_NE(m_pUser->Find(PR_COMMENT), nullptr);
     EXPECT_EQ(m_pUser->Find(PR_COMMENT)->str, "note");
-    EXPECT_EQ(m_log.Text(), "");
+    EXPECT_EQ(Logged(), "");
 }
 
 TEST_F(WabPropsTest, SetItemPropHandsOutTheProblemOfAFailedWrite) {
@@ -167,7 +166,7 @@ TEST_F(WabPropsTest, SetItemPropHandsOutTheProblemOfAFailedWrite) {
     value.ulPropTag = PR_DISPLAY_NAME;
     value.Value.lpszA = const_cast<char *>("A very long name");
     EXPECT_EQ(m_lib.SetItemProp(m_pUser, &value), MAPI_E_STRING_TOO_LONG);
-    EXPECT_TRUE(m_log.Has("Inf in CWABLib::SetItemProps: Problems dumb:\ntag=0x3001001e err=0x80040105"));
+    EXPECT_TRUE(HasLogged("Inf in CWABLib::SetItemProps: Problems dumb:\ntag=0x3001001e err=0x80040105"));
 }
 
 TEST_F(WabPropsTest, SetItemPropKeepsSuccessDespiteAProblem) {
@@ -176,7 +175,7 @@ TEST_F(WabPropsTest, SetItemPropKeepsSuccessDespiteAProblem) {
     value.ulPropTag = PR_DISPLAY_NAME;
     value.Value.lpszA = const_cast<char *>("B");
     EXPECT_EQ(m_lib.SetItemProp(m_pUser, &value), S_OK);
-    EXPECT_TRUE(m_log.Has("Inf in CWABLib::SetItemProps: Problems dumb:\ntag=0x3001001e err=0x80070005"));
+    EXPECT_TRUE(HasLogged("Inf in CWABLib::SetItemProps: Problems dumb:\ntag=0x3001001e err=0x80070005"));
 }
 
 TEST_F(WabPropsTest, SetItemPropHandsOnAFailureWithoutProblems) {
@@ -185,7 +184,7 @@ TEST_F(WabPropsTest, SetItemPropHandsOnAFailureWithoutProblems) {
     value.ulPropTag = PR_COMMENT;
     value.Value.lpszA = const_cast<char *>("x");
     EXPECT_EQ(m_lib.SetItemProp(m_pUser, &value), MAPI_E_NO_ACCESS);
-    EXPECT_EQ(m_log.Text(), "");
+    EXPECT_EQ(Logged(), "");
 }
 
 TEST_F(WabPropsTest, SetItemPropLogsAProblemArrayThatCannotBeFreed) {
@@ -196,7 +195,7 @@ TEST_F(WabPropsTest, SetItemPropLogsAProblemArrayThatCannotBeFreed) {
     value.ulPropTag = PR_DISPLAY_NAME;
     value.Value.lpszA = const_cast<char *>("B");
     EXPECT_EQ(m_lib.SetItemProp(m_pUser, &value), MAPI_E_NO_ACCESS); // the result stays the problem's
-    EXPECT_TRUE(m_log.Has("Err[0x80070057] in CWABLib::SetItemProp: FreeBuffer"));
+    EXPECT_TRUE(HasLogged("Err[0x80070057] in CWABLib::SetItemProp: FreeBuffer"));
 }
 
 TEST_F(WabPropsTest, SaveItemJoinsTheFlags) {
@@ -207,10 +206,10 @@ TEST_F(WabPropsTest, SaveItemJoinsTheFlags) {
     EXPECT_EQ(m_pUser->saveFlags, (std::vector<ULONG>{0, 6, 1, 7}));
     m_pUser->hrSave = MAPI_E_OBJECT_CHANGED;
     EXPECT_EQ(m_lib.SaveItem(m_pUser, false, false, false), MAPI_E_OBJECT_CHANGED);
-    EXPECT_EQ(m_log.Text(), "");
+    EXPECT_EQ(Logged(), "");
 }
 
 TEST_F(WabPropsTest, SaveItemOfNullAsserts) {
     EXPECT_EQ(m_lib.SaveItem(nullptr, false, false, false), -1);
-    EXPECT_EQ(m_log.Text(), "Err in CWABLib::SaveItem: ASSERT failed in line 0\n");
+    EXPECT_EQ(Logged(), "Err in CWABLib::SaveItem: ASSERT failed in line 0\n");
 }
