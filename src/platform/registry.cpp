@@ -32,7 +32,7 @@ std::string Lower(const char *psz) {
 
 bool IsRoot(HKEY hKey) {
     uintptr_t n = reinterpret_cast<uintptr_t>(hKey);
-    return n >= 0x80000000u && n <= 0x80000002u;
+    return n == 0x80000001u || n == 0x80000002u;
 }
 
 // The full, lower-cased path of a sub key, without leading, trailing or doubled separators. Empty if hKey is no

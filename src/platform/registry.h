@@ -12,17 +12,13 @@ using HKEY = struct HKEY__ *;
 using REGSAM = DWORD;
 
 // Predefined roots, pseudo-handles that are never closed.
-inline HKEY const HKEY_CLASSES_ROOT = reinterpret_cast<HKEY>(uintptr_t{0x80000000});
 inline HKEY const HKEY_CURRENT_USER = reinterpret_cast<HKEY>(uintptr_t{0x80000001});
 inline HKEY const HKEY_LOCAL_MACHINE = reinterpret_cast<HKEY>(uintptr_t{0x80000002});
 
-inline constexpr REGSAM KEY_QUERY_VALUE = 0x0001;
 inline constexpr REGSAM KEY_READ = 0x20019;
 
-inline constexpr DWORD REG_NONE = 0;
 inline constexpr DWORD REG_SZ = 1;
 inline constexpr DWORD REG_EXPAND_SZ = 2;
-inline constexpr DWORD REG_BINARY = 3;
 
 // The registry functions return their error code (platform/errors.h) directly; these two are theirs alone.
 inline constexpr DWORD ERROR_INVALID_HANDLE = 6;
