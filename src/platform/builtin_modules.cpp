@@ -1,7 +1,17 @@
-// The provider modules linked into this build.
+// The provider modules linked into this build: the address book over vCard files.
 #include "platform/builtin_modules.h"
 
+#include "platform/wab.h"
+
+namespace {
+
+const BuiltinExport kVCardExports[] = {{"WABOpen", reinterpret_cast<FARPROC>(&WABOpen)}};
+
+const BuiltinModule kBuiltinModules[] = {{kszVCardModuleName, kVCardExports, 1}};
+
+} // namespace
+
 const BuiltinModule *BuiltinModules(size_t *pc) {
-    *pc = 0;
-    return nullptr;
+    *pc = sizeof(kBuiltinModules) / sizeof(kBuiltinModules[0]);
+    return kBuiltinModules;
 }
