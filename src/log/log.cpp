@@ -19,6 +19,7 @@ constexpr long kErrorLogLimit = 0x20000;   // 128 KiB
 constexpr long kFullLogLimit = 0xE0000;    // 896 KiB
 constexpr size_t kTrimProbe = 4095;        // bytes searched for a line end behind the cut
 constexpr size_t kCopyBlock = 4096;
+constexpr const char *kAppendMode = "ae"; // append, close on exec
 
 const char *const kKindWords[] = {"Inf", "War", "Err"};
 
@@ -339,13 +340,14 @@ void CLog::InitLog(const char *pszErrorLog, const char *pszLog, bool bDebugOutpu
     m_bDebugOutput = bDebugOutput;
 
     // Trim before opening: the trim replaces the file, and the appending handle must point at the new one.
+    // "e" keeps the files from leaking into programs the library starts (a viewer).
     if (m_pszErrorPath) {
         TrimFile(m_pszErrorPath, kErrorLogLimit);
-        m_fError = std::fopen(m_pszErrorPath, "a");
+        m_fError = std::fopen(m_pszErrorPath, kAppendMode);
     }
     if (m_pszLogPath) {
         TrimFile(m_pszLogPath, kFullLogLimit);
-        m_fLog = std::fopen(m_pszLogPath, "a");
+        m_fLog = std::fopen(m_pszLogPath, kAppendMode);
     }
 
     const std::string banner = BuildBanner(m_szVersion);
@@ -362,11 +364,11 @@ bool CLog::ReopenFiles() {
     CloseFiles();
     bool ok = true;
     if (m_pszErrorPath) {
-        m_fError = std::fopen(m_pszErrorPath, "a");
+        m_fError = std::fopen(m_pszErrorPath, kAppendMode);
         ok = ok && m_fError;
     }
     if (m_pszLogPath) {
-        m_fLog = std::fopen(m_pszLogPath, "a");
+        m_fLog = std::fopen(m_pszLogPath, kAppendMode);
         ok = ok && m_fLog;
     }
     return ok;

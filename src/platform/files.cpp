@@ -136,11 +136,25 @@ BOOL CopyFileA(const char *lpExistingFileName, const char *lpNewFileName, BOOL b
         close(fdIn);
         return FailWithErrno(nErrno);
     }
-    const int nFlags = O_WRONLY | O_CREAT | O_CLOEXEC | (bFailIfExists ? O_EXCL : O_TRUNC);
+    // No O_TRUNC: a copy of a file onto itself must be refused before it empties the file.
+    const int nFlags = O_WRONLY | O_CREAT | O_CLOEXEC | (bFailIfExists ? O_EXCL : 0);
     const int fdOut = open(lpNewFileName, nFlags, st.st_mode & 07777);
     if (fdOut < 0) {
         const int nErrno = errno;
         close(fdIn);
+        return FailWithErrno(nErrno);
+    }
+    struct stat stOut{};
+    if (fstat(fdOut, &stOut) != 0 || (stOut.st_dev == st.st_dev && stOut.st_ino == st.st_ino) ||
+        ftruncate(fdOut, 0) != 0) {
+        const bool bSame = stOut.st_dev == st.st_dev && stOut.st_ino == st.st_ino;
+        const int nErrno = errno;
+        close(fdOut);
+        close(fdIn);
+        if (bSame) {
+            SetLastError(ERROR_SHARING_VIOLATION);
+            return false;
+        }
         return FailWithErrno(nErrno);
     }
     bool bOk = CopyContents(fdIn, fdOut) && fchmod(fdOut, st.st_mode & 07777) == 0;

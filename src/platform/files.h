@@ -34,7 +34,8 @@ struct DirEntry {
 bool ListDirectory(const char *pszDir, const char *pszMask, std::vector<DirEntry> *pEntries);
 
 // Copies a file with its permission bits. With bFailIfExists an existing target is left alone and the copy fails
-// with ERROR_FILE_EXISTS; a copy that fails half-way removes what it wrote.
+// with ERROR_FILE_EXISTS; a copy onto the file itself fails with ERROR_SHARING_VIOLATION and leaves it whole; a
+// copy that fails half-way removes what it wrote.
 BOOL CopyFileA(const char *lpExistingFileName, const char *lpNewFileName, BOOL bFailIfExists);
 
 BOOL DeleteFileA(const char *lpFileName);

@@ -64,9 +64,13 @@ int64_t UnixSecondsOfTicks(uint64_t nTicks) {
 
 // Moves a tick count by a shift in seconds; false if the result leaves the convertible range.
 bool ShiftTicks(uint64_t nTicks, int64_t nShiftSeconds, FILETIME *pResult) {
-    const int64_t nResult = static_cast<int64_t>(nTicks) + nShiftSeconds * kFileTimeTicksPerSecond;
-    if (nResult < 0 || static_cast<uint64_t>(nResult) >= kFileTimeLimit) return false;
-    *pResult = U64ToFileTime(static_cast<uint64_t>(nResult));
+    // nTicks is below 2^63 and a shift is at most a day or so, so the sum cannot wrap in 64 unsigned bits.
+    const uint64_t nShift = static_cast<uint64_t>(nShiftSeconds < 0 ? -nShiftSeconds : nShiftSeconds) *
+                            static_cast<uint64_t>(kFileTimeTicksPerSecond);
+    if (nShiftSeconds < 0 && nTicks < nShift) return false;
+    const uint64_t nResult = nShiftSeconds < 0 ? nTicks - nShift : nTicks + nShift;
+    if (nResult >= kFileTimeLimit) return false;
+    *pResult = U64ToFileTime(nResult);
     return true;
 }
 

@@ -155,6 +155,19 @@ TEST_F(Files, CopyFileRefusesToOverwrite) {
     EXPECT_EQ(ReadFileText(Path("target")), "new");
 }
 
+TEST_F(Files, CopyFileOntoItselfLeavesTheFileWhole) {
+    WriteFile(Path("source"), "keep me");
+    fs::create_symlink(Path("source"), Path("alias"));
+    for (BOOL bFailIfExists : {0, 1}) {
+        SetLastError(ERROR_SUCCESS);
+        EXPECT_FALSE(CopyFileA(Path("source").c_str(), Path("source").c_str(), bFailIfExists));
+        EXPECT_FALSE(CopyFileA(Path("source").c_str(), Path("alias").c_str(), bFailIfExists));
+        EXPECT_EQ(ReadFileText(Path("source")), "keep me");
+    }
+    EXPECT_FALSE(CopyFileA(Path("source").c_str(), Path("alias").c_str(), false));
+    EXPECT_EQ(GetLastError(), ERROR_SHARING_VIOLATION);
+}
+
 TEST_F(Files, CopyFileFailures) {
     SetLastError(ERROR_SUCCESS);
     EXPECT_FALSE(CopyFileA(Path("missing").c_str(), Path("target").c_str(), true));
