@@ -58,7 +58,7 @@ TEST(VCardParse, Version21BareTypesQuotedPrintableAndCharset) {
     ASSERT_TRUE(ReadField(c, *FindFieldMap(PROP_ID(PR_BUSINESS_TELEPHONE_NUMBER)), &d));
     EXPECT_EQ("+49 30 1234", d.sBytes);
     ASSERT_TRUE(ReadField(c, *FindFieldMap(PROP_ID(PR_COMMENT)), &d));
-    EXPECT_EQ("line one\r\nline two", d.sBytes);
+    EXPECT_EQ("line one\nline two", d.sBytes);
     EXPECT_EQ(s, WriteFile(f));
 }
 
@@ -150,7 +150,7 @@ TEST(VCardWrite, Version21KeepsItsStyleWhenAFieldChanges) {
     VFile again = ParseFile(out, nullptr);
     PropData back;
     ASSERT_TRUE(ReadField(again.chunks[0].card, *FindFieldMap(PROP_ID(PR_COMMENT)), &back));
-    EXPECT_EQ("Caf\xC3\xA9 line\r\nnext", back.sBytes);
+    EXPECT_EQ("Caf\xC3\xA9 line\nnext", back.sBytes);
 }
 
 TEST(VCardValue, TimestampsInBasicAndExtendedForms) {

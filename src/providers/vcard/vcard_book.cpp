@@ -296,12 +296,19 @@ const VCard &CBook::CardAt(const CardPos &pos) const {
 
 const CardFile &CBook::FileAt(const CardPos &pos) const { return m_containers[pos.nContainer].files[pos.nFile]; }
 
-HRESULT CBook::WriteFile(CardFile *pFile, const VFile &newFile) {
-    std::string sText = vcard::WriteFile(newFile);
-    HRESULT hr = ReplaceFile(pFile->path, sText);
+HRESULT CBook::Commit(CardFile *pFile) {
+    HRESULT hr = ReplaceFile(pFile->path, vcard::WriteFile(pFile->file));
     if (FAILED(hr)) return hr;
-    // What we wrote is what the file now holds: cards keep these bytes as their original text from now on.
-    pFile->file = ParseFile(sText, nullptr);
+    // What we wrote is what the file now holds: changed cards take their new bytes as their original text.
+    for (VChunk &chunk : pFile->file.chunks) {
+        if (!chunk.bCard || !chunk.card.sRaw.empty()) continue;
+        VFile one = ParseFile(WriteCard(chunk.card), nullptr);
+        if (one.chunks.size() == 1 && one.chunks[0].bCard) {
+            int nLine = chunk.card.nLine;
+            chunk.card = std::move(one.chunks[0].card);
+            chunk.card.nLine = nLine;
+        }
+    }
     FileStamp stamp = StampOf(pFile->path);
     pFile->bExists = stamp.bExists;
     pFile->nSize = stamp.nSize;
@@ -332,10 +339,14 @@ HRESULT CBook::SaveCard(std::string_view sEntryId, const VCard &original, const 
                     CardAt(pos).nLine);
         return MAPI_E_OBJECT_CHANGED;
     }
-    VFile newFile = pFile->file;
-    newFile.chunks[pos.nChunk].card = card;
-    HRESULT hr = WriteFile(pFile, newFile);
-    if (FAILED(hr)) return hr;
+    VCard &slot = pFile->file.chunks[pos.nChunk].card;
+    VCard old = std::move(slot);
+    slot = card;
+    HRESULT hr = Commit(pFile);
+    if (FAILED(hr)) {
+        pFile->file.chunks[pos.nChunk].card = std::move(old);
+        return hr;
+    }
     Reindex();
     for (const auto &[sId, p] : m_index)
         if (p.nContainer == pos.nContainer && p.nFile == pos.nFile && p.nChunk == pos.nChunk) *psNewId = sId;
@@ -363,16 +374,16 @@ HRESULT CBook::AddCard(size_t nContainer, VCard card, std::string *psNewId) {
         c.files.push_back(std::move(f));
         pFile = &c.files.back();
     }
-    VFile newFile = pFile->file;
     VChunk chunk;
     chunk.bCard = true;
     chunk.card = std::move(card);
-    newFile.chunks.push_back(std::move(chunk));
-    size_t nChunk = newFile.chunks.size() - 1;
+    pFile->file.chunks.push_back(std::move(chunk));
+    size_t nChunk = pFile->file.chunks.size() - 1;
     fs::path path = pFile->path;
-    HRESULT hr = WriteFile(pFile, newFile);
+    HRESULT hr = Commit(pFile);
     if (FAILED(hr)) {
         if (m_bDirectory) c.files.pop_back();
+        else pFile->file.chunks.pop_back();
         return hr;
     }
     if (m_bDirectory)
@@ -400,18 +411,21 @@ HRESULT CBook::DeleteCard(std::string_view sEntryId) {
             return MAPI_E_OBJECT_CHANGED;
         }
     }
-    VFile newFile = pFile->file;
-    newFile.chunks.erase(newFile.chunks.begin() + static_cast<long>(pos.nChunk));
+    auto itChunk = pFile->file.chunks.begin() + static_cast<long>(pos.nChunk);
+    VChunk removed = std::move(*itChunk);
+    pFile->file.chunks.erase(itChunk);
     HRESULT hr;
-    if (m_bDirectory && OnlyBlank(newFile)) {
+    if (m_bDirectory && OnlyBlank(pFile->file)) {
         hr = RemoveFile(pFile->path);
         if (SUCCEEDED(hr)) {
             auto &files = m_containers[pos.nContainer].files;
             files.erase(files.begin() + static_cast<long>(pos.nFile));
         }
     } else {
-        hr = WriteFile(pFile, newFile);
+        hr = Commit(pFile);
     }
+    if (FAILED(hr))
+        pFile->file.chunks.insert(pFile->file.chunks.begin() + static_cast<long>(pos.nChunk), std::move(removed));
     Reindex();
     return hr;
 }

@@ -83,7 +83,8 @@ private:
     void LoadDirectory();
     bool ReadFile(CardFile *pFile);
     bool ChangedOnDisk(const CardFile &file) const;
-    HRESULT WriteFile(CardFile *pFile, const VFile &newFile);
+    // Writes a file's cards as they now stand; the caller undoes its change if this fails.
+    HRESULT Commit(CardFile *pFile);
     void Reindex();
     std::string CardKey(size_t nContainer, const VCard &card, std::map<std::string, int> *pSeen) const;
 

@@ -68,7 +68,7 @@ public:
     HRESULT GetPropList(ULONG ulFlags, SPropTagArray **lppPropTagArray) override {
         std::vector<ULONG> tags = CardPropTags(m_card, Identity(), m_book->Names());
         if (ulFlags & MAPI_UNICODE)
-            for (ULONG &t : tags) t = PROP_TYPE(t) == PT_STRING8 ? CHANGE_PROP_TYPE(t, PT_UNICODE) : t;
+            for (ULONG &t : tags) t = CHANGE_PROP_TYPE(t, NaturalType(PROP_TYPE(t), MAPI_UNICODE));
         return NewTagArray(tags, lppPropTagArray);
     }
 

@@ -91,8 +91,13 @@ int SelectField(const VCard &card, const FieldMap &map) {
 }
 
 std::string DecodedValue(const VProperty &prop) {
-    std::string s = prop.IsQuotedPrintable() ? DecodeQuotedPrintable(prop.sValue) : prop.sValue;
-    return ToUtf8(s, prop.Charset());
+    if (!prop.IsQuotedPrintable()) return ToUtf8(prop.sValue, prop.Charset());
+    // Line breaks in quoted-printable are CRLF; text values use "\n" as the escapes of 3.0 and 4.0 give it.
+    std::string s = DecodeQuotedPrintable(prop.sValue);
+    std::string r;
+    for (size_t i = 0; i < s.size(); ++i)
+        if (!(s[i] == '\r' && i + 1 < s.size() && s[i + 1] == '\n')) r += s[i];
+    return ToUtf8(r, prop.Charset());
 }
 
 bool ReadField(const VCard &card, const FieldMap &map, PropData *pData) {

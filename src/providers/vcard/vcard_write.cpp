@@ -1,6 +1,8 @@
 // Writing vCard text: unchanged cards and lines as they were read, changed ones anew, folded at 75 octets.
 #include "providers/vcard/vcard_card.h"
 
+#include <cctype>
+
 namespace vcard {
 
 namespace {
@@ -9,17 +11,35 @@ constexpr size_t kFoldOctets = 75;
 
 bool NeedsQuotes(const std::string &s) { return s.find_first_of(":;,") != std::string::npos; }
 
+// A double quote can't stand inside a parameter value; a stray one would swallow the separators after it.
+std::string ParamText(const std::string &s) {
+    std::string r(s);
+    for (char &c : r)
+        if (c == '"') c = '\'';
+    return r;
+}
+
+// A name as a parameter name may be spelled; a broken one read from a file (a stray quote took its separators)
+// must not take the following parameters with it when written anew.
+std::string ParamName(const std::string &s) {
+    std::string r(s);
+    for (char &c : r)
+        if (!(std::isalnum(static_cast<unsigned char>(c)) || c == '-' || c == '_')) c = '-';
+    return r;
+}
+
 std::string Head(const VProperty &prop) {
     std::string s;
     if (!prop.sGroup.empty()) s += prop.sGroup + ".";
     s += prop.sName;
     for (const VParam &p : prop.params) {
         s += ';';
-        if (!p.sName.empty()) s += p.sName + "=";
+        if (!p.sName.empty()) s += ParamName(p.sName) + "=";
         for (size_t i = 0; i < p.values.size(); ++i) {
             if (i) s += ',';
-            if (!p.sName.empty() && NeedsQuotes(p.values[i])) s += "\"" + p.values[i] + "\"";
-            else s += p.values[i];
+            std::string sValue = ParamText(p.values[i]);
+            if (!p.sName.empty() && NeedsQuotes(sValue)) s += "\"" + sValue + "\"";
+            else s += sValue;
         }
     }
     return s;
@@ -59,6 +79,13 @@ std::string FoldQuotedPrintable(const std::string &sHead, const std::string &sVa
             r += "=" + sEol;
             nCol = 0;
         }
+        if (nCol == 0 && (sValue[i] == ' ' || sValue[i] == '\t')) {
+            // A line that starts with white space would read as a folded one: encode it.
+            r += sValue[i] == ' ' ? "=20" : "=09";
+            nCol = 3;
+            ++i;
+            continue;
+        }
         r.append(sValue, i, nUnit);
         nCol += nUnit;
         i += nUnit;
@@ -76,10 +103,33 @@ std::string WriteProperty(const VProperty &prop, const std::string &sEol) {
     return Fold(LogicalLine(prop), sEol);
 }
 
+namespace {
+
+// A quoted-printable value that ends in a soft line break with nothing after it (a broken card's last line)
+// would take the next line in: such a property must stay last.
+bool IsDangling(const VProperty &p) { return p.IsQuotedPrintable() && !p.sValue.empty() && p.sValue.back() == '='; }
+
+} // namespace
+
 std::string WriteCard(const VCard &card) {
     if (!card.sRaw.empty()) return card.sRaw;
     std::string s = card.sBeginRaw.empty() ? "BEGIN:VCARD" + card.sEol : card.sBeginRaw;
-    for (const VProperty &p : card.props) s += WriteProperty(p, card.sEol);
+    std::vector<const VProperty *> dangling;
+    for (const VProperty &p : card.props) {
+        if (IsDangling(p)) dangling.push_back(&p);
+        else s += WriteProperty(p, card.sEol);
+    }
+    for (size_t i = 0; i < dangling.size(); ++i) {
+        if (i + 1 == dangling.size()) {
+            s += WriteProperty(*dangling[i], card.sEol);
+            break;
+        }
+        // Only one can stand last; the others spell their final "=" out, which decodes the same.
+        VProperty p = *dangling[i];
+        p.sRaw.clear();
+        p.sValue += "3D";
+        s += WriteProperty(p, card.sEol);
+    }
     s += card.sEndRaw.empty() ? "END:VCARD" + card.sEol : card.sEndRaw;
     return s;
 }
