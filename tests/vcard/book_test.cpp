@@ -586,3 +586,102 @@ TEST_F(VCardBookTest, DetailsRunTheViewerOrSayNotSupported) {
     unsetenv("TESSEL_VIEWER");
     EXPECT_EQ("BEGIN:VCARD\r\nVERSION:4.0\r\nUID:u-2\r\nFN:Bob\r\nEND:VCARD\r\n", ReadText(Path("seen.vcf")));
 }
+
+TEST_F(VCardBookTest, TableCursorMovesWithQueryRowsAndSeekRow) {
+    std::string sText;
+    for (int i = 0; i < 5; ++i)
+        sText += "BEGIN:VCARD\nVERSION:4.0\nUID:" + std::to_string(i) + "\nFN:N" + std::to_string(i) + "\nEND:VCARD\n";
+    WriteText(Path("c.vcf"), sText);
+    Book book(Path("c.vcf"));
+    IABContainer *pCont = book.OpenContainer(book.ContainerIds()[0]);
+    IMAPITable *pTable = nullptr;
+    ASSERT_EQ(S_OK, pCont->GetContentsTable(WAB_LOCAL_CONTAINERS, &pTable));
+    TagOne cols{1, {PR_DISPLAY_NAME}};
+    ASSERT_EQ(S_OK, pTable->SetColumns(Tags(cols), 0));
+    auto next = [&](LONG n) {
+        Book::Rows rows{book.pWab};
+        EXPECT_EQ(S_OK, pTable->QueryRows(n, 0, &rows.pRows));
+        std::string s;
+        for (ULONG i = 0; i < rows.pRows->cRows; ++i) s += rows.pRows->aRow[i].lpProps[0].Value.lpszA;
+        return s;
+    };
+    EXPECT_EQ("N0N1", next(2));
+    EXPECT_EQ("N2N3N4", next(10));
+    EXPECT_EQ("", next(1));
+    LONG nSought = 0;
+    ASSERT_EQ(S_OK, pTable->SeekRow(BOOKMARK_BEGINNING, 3, &nSought));
+    EXPECT_EQ(3, nSought);
+    EXPECT_EQ("N3", next(1));
+    ASSERT_EQ(S_OK, pTable->SeekRow(BOOKMARK_END, -2, &nSought));
+    EXPECT_EQ(-2, nSought);
+    EXPECT_EQ("N3N4", next(5));
+    SPropTagArray *pCols = nullptr;
+    ASSERT_EQ(S_OK, pTable->QueryColumns(0, &pCols));
+    EXPECT_EQ(1u, pCols->cValues);
+    EXPECT_EQ(PR_DISPLAY_NAME, pCols->aulPropTag[0]);
+    book.pWab->FreeBuffer(pCols);
+    pTable->Release();
+    pCont->Release();
+}
+
+TEST_F(VCardBookTest, FieldPropertiesTakeLinesOrAPlainValueAndCanBeDeleted) {
+    WriteText(Path("c.vcf"), kTwoCards);
+    Book book(Path("c.vcf"));
+    std::string sId = book.CardIds(book.ContainerIds()[0])[1];
+    IMAPIProp *p = book.Open(sId);
+    GUID guid = vcard::PS_TESSEL_VCARD;
+    auto idOf = [&](const char16_t *psz) {
+        std::u16string sName = psz;
+        MAPINAMEID name{&guid, MNID_STRING, {}};
+        name.Kind.lpwstrName = sName.data();
+        MAPINAMEID *pName = &name;
+        SPropTagArray *pTags = nullptr;
+        EXPECT_EQ(S_OK, p->GetIDsFromNames(1, &pName, 0, &pTags));
+        ULONG ulId = PROP_ID(pTags->aulPropTag[0]);
+        book.pWab->FreeBuffer(pTags);
+        return ulId;
+    };
+    ULONG ulCategories = idOf(u"CATEGORIES"), ulSpouse = idOf(u"X-SPOUSE");
+    EXPECT_EQ(S_OK, book.SetString(p, PROP_TAG(PT_STRING8, ulCategories), "CATEGORIES:a,b\r\nitem2.CATEGORIES:c"));
+    EXPECT_EQ(S_OK, book.SetString(p, PROP_TAG(PT_STRING8, ulSpouse), "Ann; Smith"));
+    EXPECT_EQ(MAPI_E_INVALID_PARAMETER, book.SetString(p, PROP_TAG(PT_STRING8, ulCategories), "NOTE:wrong field"));
+    EXPECT_EQ(MAPI_E_COMPUTED, book.SetString(p, CHANGE_PROP_TYPE(PR_ENTRYID, PT_STRING8), "x"));
+    ASSERT_EQ(S_OK, book.SetString(p, PR_TITLE, "Cook"));
+    ASSERT_EQ(S_OK, p->SaveChanges(KEEP_OPEN_READWRITE));
+    std::string sText = ReadText(Path("c.vcf"));
+    EXPECT_NE(std::string::npos, sText.find("CATEGORIES:a,b\r\nitem2.CATEGORIES:c\r\nX-SPOUSE:Ann\\; Smith\r\n"));
+    EXPECT_NE(std::string::npos, sText.find("TITLE:Cook\r\n"));
+    TagOne t{1, {PROP_TAG(PT_STRING8, ulCategories)}};
+    SPropProblemArray *pProblems = nullptr;
+    ASSERT_EQ(S_OK, p->DeleteProps(Tags(t), &pProblems));
+    EXPECT_EQ(nullptr, pProblems);
+    TagOne title{1, {PR_TITLE}};
+    ASSERT_EQ(S_OK, p->DeleteProps(Tags(title), nullptr));
+    ASSERT_EQ(S_OK, p->SaveChanges(0));
+    p->Release();
+    sText = ReadText(Path("c.vcf"));
+    EXPECT_EQ(std::string::npos, sText.find("CATEGORIES:a,b"));
+    EXPECT_EQ(std::string::npos, sText.find("TITLE:Cook"));
+    EXPECT_NE(std::string::npos, sText.find("X-SPOUSE:Ann\\; Smith\r\n"));
+}
+
+TEST_F(VCardBookTest, ADeleteOfACardAnotherProgramChangedFails) {
+    WriteText(Path("c.vcf"), kTwoCards);
+    vcardtest::LogFile log(Path("log.txt"));
+    Book book(Path("c.vcf"));
+    std::string sId = book.CardIds(book.ContainerIds()[0])[1];
+    std::string sOther = kTwoCards;
+    sOther.replace(sOther.find("FN:Bob"), 6, "FN:Robert");
+    WriteText(Path("c.vcf"), sOther);
+    IABContainer *pPab = book.OpenContainer(book.ContainerIds()[0]);
+    SBinary bin{static_cast<ULONG>(sId.size()), reinterpret_cast<BYTE *>(sId.data())};
+    ENTRYLIST list{1, &bin};
+    EXPECT_EQ(MAPI_E_OBJECT_CHANGED, pPab->DeleteEntries(&list, 0));
+    EXPECT_EQ(sOther, ReadText(Path("c.vcf")));
+    EXPECT_NE(std::string::npos, log.Text().find("Err[0x80040109] in CBook::DeleteCard: Card not deleted: it was "
+                                                 "changed by another program in "));
+    // Now that the book has read the change, the delete goes through.
+    EXPECT_EQ(S_OK, pPab->DeleteEntries(&list, 0));
+    EXPECT_EQ(std::string::npos, ReadText(Path("c.vcf")).find("Robert"));
+    pPab->Release();
+}

@@ -33,12 +33,13 @@ std::string CardText(int i) {
            "\r\nNOTE:" + std::string(200, static_cast<char>('a' + i)) + "\r\nEND:VCARD\r\n";
 }
 
-// The child: opens the book and saves one card after another, for ever.
-[[noreturn]] void SaveForever(const std::filesystem::path &book, unsigned nSeed) {
+// The child: opens the book, says so on fdReady, and saves one card after another, for ever.
+[[noreturn]] void SaveForever(const std::filesystem::path &book, unsigned nSeed, int fdReady) {
     Book wab(book);
     if (FAILED(wab.hr)) _exit(2);
     std::vector<std::string> containers = wab.ContainerIds();
     std::mt19937 rng(nSeed);
+    if (write(fdReady, "r", 1) != 1) _exit(3);
     for (unsigned n = 0;; ++n) {
         const std::string &sCont = containers[rng() % containers.size()];
         std::vector<std::string> ids = wab.CardIds(sCont);
@@ -76,17 +77,26 @@ void KillAtRandomPoints(const std::filesystem::path &book) {
     std::mt19937 rng(12345);
     int nRuns = CrashRuns();
     for (int nRun = 0; nRun < nRuns; ++nRun) {
+        int fds[2];
+        ASSERT_EQ(0, pipe(fds));
         pid_t pid = fork();
         ASSERT_GE(pid, 0);
-        if (pid == 0) SaveForever(book, static_cast<unsigned>(nRun));
-        usleep(2000 + rng() % 40000);
+        if (pid == 0) SaveForever(book, static_cast<unsigned>(nRun), fds[1]);
+        // Wait until the child has the book open (slow under the sanitizers), then let it save for a while.
+        char c;
+        ASSERT_EQ(1, read(fds[0], &c, 1));
+        close(fds[0]);
+        close(fds[1]);
+        usleep(rng() % 60000);
         kill(pid, SIGKILL);
         int nStatus = 0;
         waitpid(pid, &nStatus, 0);
         ASSERT_TRUE(WIFSIGNALED(nStatus)) << "the child stopped by itself, status " << nStatus;
         int cChanged = 0;
         std::map<std::string, int> uids = CountUids(book, &cChanged);
-        if (nRun + 1 == nRuns) EXPECT_GT(cChanged, 0) << "no child ever saved: the test proves nothing";
+        if (nRun + 1 == nRuns) {
+            EXPECT_GT(cChanged, 0) << "no child ever saved: the test proves nothing";
+        }
         ASSERT_EQ(static_cast<size_t>(kCards), uids.size()) << "run " << nRun;
         for (const auto &[sUid, n] : uids) ASSERT_EQ(1, n) << sUid << " in run " << nRun;
     }

@@ -79,7 +79,7 @@ HRESULT CBook::Open(const std::string &sPathIn, std::shared_ptr<CBook> *ppBook) 
     book->m_root = fs::path(sPath);
     std::error_code ec;
     if (!fs::exists(book->m_root, ec)) {
-        bool bFile = IsVcfName(book->m_root) || EqualNoCase(book->m_root.extension().string(), ".vcf");
+        bool bFile = EqualNoCase(book->m_root.extension().string(), ".vcf");
         fs::path dir = bFile ? book->m_root.parent_path() : book->m_root;
         if (!dir.empty()) fs::create_directories(dir, ec);
         HRESULT hr = S_OK;
