@@ -1,9 +1,12 @@
 #include <gtest/gtest.h>
 
+#include <cstring>
 #include <string>
 #include <vector>
 
 #include "frame/exports_internal.h"
+#include "platform/loader.h"
+#include "platform/registry.h"
 #include "support/log_capture.h"
 #include "support/log_text.h"
 #include "tessel.h"
@@ -164,15 +167,20 @@ TEST_F(GetCompare, UnknownApiAssertsWithNumberThree) {
 }
 
 TEST_F(GetCompare, StoresThatCannotOpenSayWhy) {
+    // The address book provider the registry names is not there.
+    const char szMissing[] = "no-such-provider";
+    RegSetKeyValueA(HKEY_LOCAL_MACHINE, kszWabDllPathKey, "", REG_SZ, szMissing, sizeof(szMissing));
     LinesSince since(m_capture);
     EXPECT_FALSE(m_pLib->oe.m_Lib.Init(nullptr, true));
     EXPECT_FALSE(m_pLib->wab.m_Lib.Init(nullptr, false, false));
     EXPECT_FALSE(m_pLib->oe.m_Lib.Initialized());
     EXPECT_FALSE(m_pLib->wab.m_Lib.Initialized());
     const std::vector<std::string> lines = since.Lines();
+    RegSetKeyValueA(HKEY_LOCAL_MACHINE, kszWabDllPathKey, "", REG_SZ, kszVCardModuleName,
+                    static_cast<DWORD>(std::strlen(kszVCardModuleName) + 1));
     ASSERT_EQ(lines.size(), 2u);
     EXPECT_EQ(lines[0].rfind("Err in COELib::Init: ", 0), 0u) << lines[0];
-    EXPECT_EQ(lines[1].rfind("Err in CWAB::Init: ", 0), 0u) << lines[1];
+    EXPECT_EQ(lines[1], "Err[0x7e] in CWAB::Init: Cant load wab32.dll");
 }
 
 TEST_F(GetCompare, AdaptorOperationsFailInOrder) {
