@@ -60,15 +60,15 @@ void AppendUtf8(std::string &out, const char16_t *psz) {
 
 // Formats one conversion whose argument has already been taken from the va_list.
 template <class T>
-void AppendFormatted(std::string &out, const std::string &spec, T value) {
+void AppendFormatted(std::string &out, const std::string &directive, T value) {
     char buf[128];
-    int n = std::snprintf(buf, sizeof buf, spec.c_str(), value);
+    int n = std::snprintf(buf, sizeof buf, directive.c_str(), value);
     if (n < 0) return;
     if (static_cast<size_t>(n) < sizeof buf) {
         out.append(buf, static_cast<size_t>(n));
     } else {
         std::string big(static_cast<size_t>(n) + 1, '\0');
-        std::snprintf(big.data(), big.size(), spec.c_str(), value);
+        std::snprintf(big.data(), big.size(), directive.c_str(), value);
         out.append(big.data(), static_cast<size_t>(n));
     }
 }
@@ -87,21 +87,21 @@ std::string FormatToString(const char *pszFormat, va_list args) {
             out += '%';
             continue;
         }
-        std::string spec = "%";
-        while (*p && std::strchr("-+ #0", *p)) spec += *p++;
+        std::string directive = "%";
+        while (*p && std::strchr("-+ #0", *p)) directive += *p++;
         if (*p == '*') {
-            spec += std::to_string(va_arg(args, int));
+            directive += std::to_string(va_arg(args, int));
             ++p;
         } else {
-            while (*p >= '0' && *p <= '9') spec += *p++;
+            while (*p >= '0' && *p <= '9') directive += *p++;
         }
         if (*p == '.') {
-            spec += *p++;
+            directive += *p++;
             if (*p == '*') {
-                spec += std::to_string(va_arg(args, int));
+                directive += std::to_string(va_arg(args, int));
                 ++p;
             } else {
-                while (*p >= '0' && *p <= '9') spec += *p++;
+                while (*p >= '0' && *p <= '9') directive += *p++;
             }
         }
         std::string length;
@@ -116,45 +116,45 @@ std::string FormatToString(const char *pszFormat, va_list args) {
         case 's':
             if (conv == 's' && length != "l") {
                 const char *psz = va_arg(args, const char *);
-                AppendFormatted(out, spec + "s", psz ? psz : "(null)");
+                AppendFormatted(out, directive + "s", psz ? psz : "(null)");
             } else { // "%S" and "%ls": wide text, UTF-16 here as on the platform the formats come from
                 const char16_t *psz = va_arg(args, const char16_t *);
                 std::string text;
                 if (psz) AppendUtf8(text, psz); else text = "(null)";
-                AppendFormatted(out, spec + "s", text.c_str());
+                AppendFormatted(out, directive + "s", text.c_str());
             }
             break;
         case 'd':
         case 'i':
             if (length == "ll" || length == "q" || length == "j")
-                AppendFormatted(out, spec + "lld", va_arg(args, long long));
+                AppendFormatted(out, directive + "lld", va_arg(args, long long));
             else if (length == "l" || length == "z" || length == "t")
-                AppendFormatted(out, spec + "ld", va_arg(args, long));
+                AppendFormatted(out, directive + "ld", va_arg(args, long));
             else
-                AppendFormatted(out, spec + length + conv, va_arg(args, int));
+                AppendFormatted(out, directive + length + conv, va_arg(args, int));
             break;
         case 'u':
         case 'x':
         case 'X':
         case 'o':
             if (length == "ll" || length == "q" || length == "j")
-                AppendFormatted(out, spec + "ll" + conv, va_arg(args, unsigned long long));
+                AppendFormatted(out, directive + "ll" + conv, va_arg(args, unsigned long long));
             else if (length == "l" || length == "z" || length == "t")
-                AppendFormatted(out, spec + "l" + conv, va_arg(args, unsigned long));
+                AppendFormatted(out, directive + "l" + conv, va_arg(args, unsigned long));
             else
-                AppendFormatted(out, spec + length + conv, va_arg(args, unsigned int));
+                AppendFormatted(out, directive + length + conv, va_arg(args, unsigned int));
             break;
         case 'c':
-            AppendFormatted(out, spec + conv, va_arg(args, int));
+            AppendFormatted(out, directive + conv, va_arg(args, int));
             break;
         case 'p':
-            AppendFormatted(out, spec + conv, va_arg(args, void *));
+            AppendFormatted(out, directive + conv, va_arg(args, void *));
             break;
         case 'f': case 'F': case 'e': case 'E': case 'g': case 'G': case 'a': case 'A':
             if (length == "L")
-                AppendFormatted(out, spec + "L" + conv, va_arg(args, long double));
+                AppendFormatted(out, directive + "L" + conv, va_arg(args, long double));
             else
-                AppendFormatted(out, spec + conv, va_arg(args, double));
+                AppendFormatted(out, directive + conv, va_arg(args, double));
             break;
         case 'n':
             (void)va_arg(args, int *); // never written to: a log format must not change memory
