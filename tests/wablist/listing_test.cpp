@@ -17,12 +17,12 @@ const std::string kBook = Card("VERSION:3.0\r\nUID:ada\r\nFN:Ada\r\nEMAIL:ada@ex
 
 SYSTEMTIME Local(int y, int mo, int d, int h, int mi, int s) {
     SYSTEMTIME st{};
-    st.wYear = static_cast<WORD>(y);
-    st.wMonth = static_cast<WORD>(mo);
-    st.wDay = static_cast<WORD>(d);
-    st.wHour = static_cast<WORD>(h);
-    st.wMinute = static_cast<WORD>(mi);
-    st.wSecond = static_cast<WORD>(s);
+    st.wYear = static_cast<uint16_t>(y);
+    st.wMonth = static_cast<uint16_t>(mo);
+    st.wDay = static_cast<uint16_t>(d);
+    st.wHour = static_cast<uint16_t>(h);
+    st.wMinute = static_cast<uint16_t>(mi);
+    st.wSecond = static_cast<uint16_t>(s);
     return st;
 }
 
