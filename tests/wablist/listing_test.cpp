@@ -73,6 +73,8 @@ TEST_F(ListingTest, SortByModificationBothWaysKeepsTiesInBookOrder) {
     ASSERT_EQ(List(nullptr, 0, nullptr, true, true), 0);
     EXPECT_EQ(Names(), (std::vector<std::string>{"Ada", "Team", "Cy", "Bob"}));
     // Only the low byte of the flags counts, and descending alone does not sort.
+    WABFreeItems(m_pLib, m_pItems);
+    m_pItems = nullptr;
     ASSERT_EQ(WABGetItems(m_pLib, &m_pItems, nullptr, 0, 0, 0, nullptr, 0x100, 1), 0);
     EXPECT_EQ(Names(), (std::vector<std::string>{"Ada", "Bob", "Team", "Cy"}));
 }

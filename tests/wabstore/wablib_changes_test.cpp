@@ -83,7 +83,8 @@ TEST_F(WabChangesTest, DeleteGoesThroughThePersonalBook) {
 
     m_log.Clear();
     m_pBook->hrGetPAB = S_OK;
-    m_pBook->FailEntry(kPAB, MAPI_E_NO_ACCESS);
+    m_pBook->pabId = {0x99};
+    m_pBook->FailEntry({0x99}, MAPI_E_NO_ACCESS);
     EXPECT_EQ(m_lib.DeleteItem("E9"), MAPI_E_NO_ACCESS);
     EXPECT_EQ(Logged(), "Err[0x80070005] in CWABLib::DeleteItem: AddrBook->OpenEntry(PAB)\n");
 }
