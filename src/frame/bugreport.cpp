@@ -4,6 +4,7 @@
 #include "frame/bugreport_files.h"
 #include "frame/exports_internal.h"
 #include "oestore/oelib.h"
+#include "oestore/oetags.h"
 #include "platform/files.h"
 
 namespace {
