@@ -5,6 +5,7 @@
 #include <functional>
 
 #include "log/log.h"
+#include "oestore/heapcopy.h"
 #include "oestore/oelib.h"
 #include "oestore/oetags.h"
 #include "oestore/sha1.h"
@@ -187,7 +188,7 @@ bool TakeFingerprint(COELib &lib, IStoreFolder *pFolder, STOREFOLDERID dwFolderI
     IStream *pStream = nullptr;
     if (lib.GetItemProp(hItem, PR_OE_MESSAGE_ID, &pProp, false) == S_OK && pProp && pProp->Value.lpszA &&
         *pProp->Value.lpszA) {
-        fp.pszMessageId = strdup(pProp->Value.lpszA);
+        fp.pszMessageId = HeapCopy(pProp->Value.lpszA);
         bFingerprint = fp.pszMessageId != nullptr;
     } else {
         lib.CloseItem(&hItem);

@@ -6,6 +6,7 @@
 #include <set>
 
 #include "frame/bugreport_files.h"
+#include "platform/files.h"
 #include "platform/mimeole.h"
 #include "tessel.h"
 

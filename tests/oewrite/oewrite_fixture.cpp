@@ -147,6 +147,13 @@ std::map<std::string, int> OEWriteTest::CountByMessageId() const {
     return counts;
 }
 
+std::vector<std::string> OEWriteTest::LogLines() const {
+    std::vector<std::string> lines;
+    for (const std::string &line : m_log.Lines())
+        if (line.rfind("Err", 0) == 0 || line.rfind("War", 0) == 0) lines.push_back(line);
+    return lines;
+}
+
 bool OEWriteTest::Logged(const std::string &strLine) const {
     for (const std::string &line : m_log.Lines())
         if (line == strLine) return true;

@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "oestore/oelib.h"
+#include "oestore/oetags.h"
 #include "support/log_capture.h"
 #include "support/paths.h"
 
@@ -63,8 +64,8 @@ protected:
     std::string LastEntry(const std::string &strFolder);
     // Message-ID -> number of files holding it, over every folder of the store.
     std::map<std::string, int> CountByMessageId() const;
-    // The log lines since the last Clear, without their time stamps.
-    std::vector<std::string> LogLines() const { return m_log.Lines(); }
+    // The warning and error lines since the last Clear, without their time stamps.
+    std::vector<std::string> LogLines() const;
     bool Logged(const std::string &strLine) const;
 
     testsupport::TempDir m_store;
