@@ -67,14 +67,20 @@ protected:
         std::mt19937 rng(nSeed);
         COELib lib;
         if (!lib.Init(nullptr, false)) _exit(2);
+        std::map<std::string, STOREFOLDERID> folderIds;
+        for (const char *pszFolder : kFolders) folderIds[pszFolder] = FolderIdIn(lib, pszFolder);
         for (int k = 0;; ++k) {
             // The store as the child sees it: every message's folder, entry and Message-ID.
             struct Candidate { std::string strFolder, strEntry, strId; };
             std::vector<Candidate> candidates;
             std::map<std::string, int> counts = CountByMessageId();
-            for (const char *pszFolder : kFolders)
-                for (const StoredMessage &msg : ListIn(lib, pszFolder))
-                    candidates.push_back({pszFolder, ItemEntryIn(lib, pszFolder, msg.id), MessageIdOf(msg.strBytes)});
+            for (const char *pszFolder : kFolders) {
+                for (const StoredMessage &msg : ListIn(lib, pszFolder)) {
+                    char *pszEntry = COELib::ItemEntry2Str(folderIds[pszFolder], msg.id);
+                    candidates.push_back({pszFolder, pszEntry, MessageIdOf(msg.strBytes)});
+                    lib.FreeBuffer(pszEntry);
+                }
+            }
             if (candidates.empty()) _exit(3);
             const Candidate &c = candidates[rng() % candidates.size()];
             int nCount = counts[c.strId];
@@ -185,15 +191,16 @@ TEST_F(CrashTest, KilledAtRandomMomentsLosesNothingAndDoublesOnlyByFinishedCopie
             RunChild(static_cast<unsigned>(nRun) * 7919u + 17u, fds[1]);
         }
         close(fds[1]);
-        // Kill at a random moment once the child has announced its first operation.
+        // Kill at a random moment once the child has finished its first operation.
         std::string strTrace;
         char buf[4096];
         pollfd pfd{fds[0], POLLIN, 0};
-        if (poll(&pfd, 1, 60000) == 1) {
+        while (strTrace.find("E\n") == std::string::npos && poll(&pfd, 1, 60000) == 1) {
             ssize_t n = read(fds[0], buf, sizeof(buf));
-            if (n > 0) strTrace.append(buf, static_cast<size_t>(n));
+            if (n <= 0) break;
+            strTrace.append(buf, static_cast<size_t>(n));
         }
-        usleep(rng() % 60000);
+        usleep(rng() % 200000);
         kill(pid, SIGKILL);
         int nStatus = 0;
         waitpid(pid, &nStatus, 0);
