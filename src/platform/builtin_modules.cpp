@@ -1,5 +1,5 @@
 // The provider modules linked into this build: the address book over vCard files, and the MIME provider's
-// entry points under the name the message store classes load them by.
+// entry points that are found by name.
 #include "platform/builtin_modules.h"
 
 #include "platform/mimeole.h"
@@ -9,10 +9,13 @@ namespace {
 
 const BuiltinExport kVCardExports[] = {{"WABOpen", reinterpret_cast<FARPROC>(&WABOpen)}};
 
-const BuiltinModule kBuiltinModules[] = {
-    {kszVCardModuleName, kVCardExports, 1},
-    {kszMimeModuleName, nullptr, 0, &MimeOleGetProcAddress},
-};
+const BuiltinExport kInetCommExports[] = {
+    {"MimeOleInetDateToFileTime",
+     reinterpret_cast<FARPROC>(static_cast<PFNMIMEOLEINETDATETOFILETIME>(&MimeOleInetDateToFileTime))}};
+
+// The source viewer exists only while TESSEL_VIEWER names one: asked for at each look-up.
+const BuiltinModule kBuiltinModules[] = {{kszVCardModuleName, kVCardExports, 1},
+                                         {kszInetCommModuleName, kInetCommExports, 1, &MimeOleGetProcAddress}};
 
 } // namespace
 
