@@ -9,7 +9,7 @@ HRESULT COELib::DisplayItemSource(const char *szItemEntry, HWND hwndParent) {
     HRESULT hr = OpenItem(szItemEntry, &hItem);
     if (FAILED(hr)) return hr;
     // The viewer is looked up for each call: it exists only while one is configured.
-    HMODULE hModule = LoadLibraryA(kszMimeModuleName);
+    HMODULE hModule = LoadLibraryA(kszInetCommModuleName);
     if (!hModule) {
         g_Log.Error("COELib::DisplayItemSource", 0, "LoadLibrary failed");
         hr = -1;
