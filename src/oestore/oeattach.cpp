@@ -5,6 +5,7 @@
 #include <cstring>
 
 #include "log/log.h"
+#include "oestore/heapcopy.h"
 #include "oestore/oelib.h"
 #include "oestore/oetags.h"
 #include "oestore/oevalues.h"
@@ -18,7 +19,7 @@ bool IsBlank(char c) { return c == ' ' || c == '\t'; }
 char *AttachNameOf(const char *szDisplayName) {
     const char *pszStart = szDisplayName;
     while (IsBlank(*pszStart)) ++pszStart;
-    char *pszName = OEHeapCopy(pszStart);
+    char *pszName = HeapCopy(pszStart);
     if (!pszName) return nullptr;
     char *pszCut = std::strrchr(pszName, '(');
     if (pszCut) {
@@ -86,7 +87,7 @@ HRESULT COELib::GetAttachments(HITEM hItem, OEAttachments **ppList) {
         } else {
             OEAttachment &entry = pEntries[pList->cAttachments++];
             entry.hBody = hBody;
-            entry.szName = OEHeapCopy(pszDisplay ? pszDisplay : "");
+            entry.szName = HeapCopy(pszDisplay ? pszDisplay : "");
         }
         if (pszDisplay) m_pAllocator->Free(pszDisplay);
         pBody->Release();
@@ -146,7 +147,7 @@ HRESULT COELib::GetAttachmentProps(HITEM hItem, HBODY hBody, const SPropTagArray
         pValue->ulPropTag = lpTags->aulPropTag[i];
         switch (pValue->ulPropTag) {
         case PR_OE_ATTACH_DISPLAY_NAME:
-            pValue->Value.lpszA = OEHeapCopy(szDisplay);
+            pValue->Value.lpszA = HeapCopy(szDisplay);
             break;
         case PR_OE_ATTACH_NAME:
             pValue->Value.lpszA = AttachNameOf(szDisplay);

@@ -3,6 +3,7 @@
 #include <cstdlib>
 
 #include "log/log.h"
+#include "oestore/heapcopy.h"
 #include "oestore/oelib.h"
 #include "oestore/oevalues.h"
 #include "platform/errors.h"
@@ -25,7 +26,7 @@ HRESULT COELib::_GetTextProp(IMimePropertySet *pPropSet, const char *szName, cha
     HRESULT hr = pPropSet->GetProp(szName, dwFlags, &var);
     if (FAILED(hr)) return hr;
     g_Log.Assert(var.pszVal != nullptr, "COELib::_GetTextProp", 0);
-    *ppsz = OEHeapCopy(var.pszVal);
+    *ppsz = HeapCopy(var.pszVal);
     m_pAllocator->PropVariantClear(&var);
     return hr;
 }
@@ -80,7 +81,7 @@ HRESULT COELib::_GetAddressFormat(IMimeMessage *pMessage, DWORD dwAdrType, DWORD
     char *pszFormat = nullptr;
     HRESULT hr = pMessage->GetAddressFormat(dwAdrType, nFormat, &pszFormat);
     if (hr == S_OK)
-        *ppsz = OEHeapCopy(pszFormat);
+        *ppsz = HeapCopy(pszFormat);
     else if (hr != MIME_E_NOT_FOUND)
         g_Log.Warning(kszLabel, hr, "Unknown error");
     if (pszFormat) m_pAllocator->Free(pszFormat);

@@ -1,7 +1,6 @@
 #include "oestore/oevalues.h"
 
 #include <cstdlib>
-#include <cstring>
 
 #include "log/log.h"
 
@@ -42,12 +41,4 @@ void OEFreeValueArray(SPropValue *lpProps, const char *szLabel, ULONG ulNoPointe
 void OESetErrorValue(SPropValue *pValue, HRESULT hr) {
     pValue->ulPropTag = CHANGE_PROP_TYPE(pValue->ulPropTag, PT_ERROR);
     pValue->Value.err = hr;
-}
-
-char *OEHeapCopy(const char *psz) {
-    if (!psz) return nullptr;
-    size_t cb = std::strlen(psz) + 1;
-    auto *pszCopy = static_cast<char *>(std::malloc(cb));
-    if (pszCopy) std::memcpy(pszCopy, psz, cb);
-    return pszCopy;
 }

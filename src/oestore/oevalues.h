@@ -15,6 +15,3 @@ void OEFreeValueArray(SPropValue *lpProps, const char *szLabel, ULONG ulNoPointe
 
 // Turns a value into an error value: the tag's id with PT_ERROR, the code in err.
 void OESetErrorValue(SPropValue *pValue, HRESULT hr);
-
-// A heap copy of a text (null for null or when memory runs out).
-char *OEHeapCopy(const char *psz);
