@@ -3,6 +3,7 @@
 
 #include "frame/bugreport_files.h"
 #include "frame/exports_internal.h"
+#include "oestore/oeconnected.h"
 #include "oestore/oelib.h"
 #include "oestore/oetags.h"
 #include "platform/files.h"
@@ -26,6 +27,7 @@ extern "C" int32_t CreateBugReport(CTessel *pLib, const char *pszTo, const char 
     TS_AssertLib(pLib, 702);
     if (!pLib) return -1;
     COELib &lib = pLib->oe.m_Lib;
+    if (!OEConnected(lib.m_pNamespace, "CreateBugReport")) return -1;
 
     char szDir[MAX_PATH] = "";
     CLog *pPrivateLog = nullptr;

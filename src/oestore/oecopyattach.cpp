@@ -2,6 +2,7 @@
 #include <iterator>
 
 #include "log/log.h"
+#include "oestore/oeconnected.h"
 #include "oestore/oelib.h"
 #include "oestore/oetags.h"
 
@@ -17,6 +18,7 @@ constexpr size_t kAttachHeaderCount = std::size(kAttachHeaders);
 HRESULT COELib::CopyAttachment(HITEM hItemTo, HITEM hItemFrom, HBODY hBody, HBODY *phNewBody) {
     g_Log.Assert(hItemTo && hItemFrom, "COELib::CopyAttachment", __LINE__);
     if (!hItemTo || !hItemFrom) return -1;
+    if (!OEConnected(m_pNamespace, "COELib::CopyAttachment")) return -1;
     IMimeMessage *pFrom = static_cast<OEOpenItem *>(hItemFrom)->pMessage;
     IMimeMessage *pTo = static_cast<OEOpenItem *>(hItemTo)->pMessage;
 

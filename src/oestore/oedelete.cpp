@@ -6,6 +6,7 @@
 
 #include "log/log.h"
 #include "oestore/heapcopy.h"
+#include "oestore/oeconnected.h"
 #include "oestore/oelib.h"
 #include "oestore/oetags.h"
 #include "oestore/sha1.h"
@@ -221,6 +222,7 @@ bool TakeFingerprint(COELib &lib, IStoreFolder *pFolder, STOREFOLDERID dwFolderI
 
 HRESULT COELib::DeleteItem(const char *szItemEntry, char **ppszNewEntry, bool bPermanently) {
     g_Log.Assert(szItemEntry && *szItemEntry, "COELib::DeleteItem", __LINE__);
+    if (!OEConnected(m_pNamespace, "COELib::DeleteItem")) return -1;
     STOREFOLDERID dwFolderId = 0;
     MESSAGEID dwMessageId = 0;
     if (!szItemEntry || !Str2ItemEntry(szItemEntry, &dwFolderId, &dwMessageId)) {

@@ -1,5 +1,6 @@
 // Copying a message into a folder, and moving it as a copy followed by the destruction of the source.
 #include "log/log.h"
+#include "oestore/oeconnected.h"
 #include "oestore/oelib.h"
 #include "oestore/oetags.h"
 
@@ -7,6 +8,7 @@ HRESULT COELib::CopyItem(const char *szItemId, const char *szFolderId, char **pp
     g_Log.Assert(szItemId && szFolderId && ppszNewEntry, "COELib::CopyItem", __LINE__);
     if (!ppszNewEntry) return -1;
     *ppszNewEntry = nullptr;
+    if (!OEConnected(m_pNamespace, "COELib::CopyItem")) return -1;
     STOREFOLDERID dwSourceId = 0, dwTargetId = 0;
     MESSAGEID dwMessageId = 0;
     if (!szItemId || !Str2ItemEntry(szItemId, &dwSourceId, &dwMessageId)) {

@@ -4,6 +4,7 @@
 #include <cstring>
 
 #include "log/log.h"
+#include "oestore/oeconnected.h"
 #include "oestore/oelib.h"
 #include "oestore/oetags.h"
 
@@ -16,6 +17,7 @@ constexpr DWORD kStateUnknown = 0xFFFFFFFF; // _OpenItem reads the state from th
 HRESULT COELib::SaveItem(HITEM hItem, bool bDeleteOld, bool bPermanently) {
     g_Log.Assert(hItem != nullptr, "COELib::SaveItem", __LINE__);
     if (!hItem) return -1;
+    if (!OEConnected(m_pNamespace, "COELib::SaveItem")) return -1;
     auto *pItem = static_cast<OEOpenItem *>(hItem);
     IStoreFolder *pFolder = nullptr;
     HRESULT hr = m_pNamespace->OpenFolder(pItem->dwFolderId, 0, &pFolder);
@@ -80,6 +82,7 @@ HRESULT COELib::CreateItem(HITEM *phItem, const char *szFolderEntry, const char 
     g_Log.Assert(phItem != nullptr, "COELib::CreateItem", __LINE__);
     if (!phItem) return -1;
     *phItem = nullptr;
+    if (!OEConnected(m_pNamespace, "COELib::CreateItem")) return -1;
     STOREFOLDERID dwFolderId = 0;
     IStoreFolder *pFolder = nullptr;
     HRESULT hr;

@@ -1,10 +1,12 @@
 // Showing a message's source in the platform's viewer: the one place where the library shows anything.
 #include "log/log.h"
+#include "oestore/oeconnected.h"
 #include "oestore/oelib.h"
 #include "oestore/oetags.h"
 #include "platform/loader.h"
 
 HRESULT COELib::DisplayItemSource(const char *szItemEntry, HWND hwndParent) {
+    if (!OEConnected(m_pNamespace, "COELib::DisplayItemSource")) return -1;
     HITEM hItem = nullptr;
     HRESULT hr = OpenItem(szItemEntry, &hItem);
     if (FAILED(hr)) return hr;

@@ -152,5 +152,26 @@ TEST_F(FailureTest, ANewMessageThatCantBeWrittenLeavesNoFile) {
     ExpectUnchanged();
 }
 
+TEST(UnconnectedTest, EveryWriteIsRefusedWithALine) {
+    testsupport::CLogCapture log;
+    COELib lib;
+    char *pszNew = nullptr;
+    HITEM hItem = nullptr;
+    int nDummy = 0;
+    EXPECT_EQ(lib.DeleteItem("0100000001000000", &pszNew, false), -1);
+    EXPECT_EQ(lib.CopyItem("0100000001000000", "01000000", &pszNew), -1);
+    EXPECT_EQ(lib.MoveItem("0100000001000000", "01000000", &pszNew), -1);
+    EXPECT_EQ(lib.CreateItem(&hItem, nullptr, "Subject: x\n\n", 0), -1);
+    EXPECT_EQ(lib.SaveItem(&nDummy, true, false), -1);
+    EXPECT_EQ(lib.DisplayItemSource("0100000001000000", nullptr), -1);
+    EXPECT_EQ(pszNew, nullptr);
+    EXPECT_EQ(hItem, nullptr);
+    std::vector<std::string> lines = log.Lines();
+    ASSERT_EQ(lines.size(), 6u) << log.Text();
+    EXPECT_EQ(lines[0], "Err in COELib::DeleteItem: OE is not initialized");
+    EXPECT_EQ(lines[3], "Err in COELib::CreateItem: OE is not initialized");
+    EXPECT_EQ(lines[4], "Err in COELib::SaveItem: OE is not initialized");
+}
+
 } // namespace
 } // namespace oewritetest
