@@ -183,6 +183,21 @@ TEST_F(MailItems, SavedChangesMakeANewMessage) {
     EXPECT_EQ(CountFiles(m_root / ".Trash"), 1u);
 }
 
+TEST_F(MailItems, LongSubjectRoundTrips) {
+    std::string strLong;
+    for (int i = 0; strLong.size() < 20000; ++i) strLong += "word" + std::to_string(i) + " ";
+    strLong.pop_back();
+    TS_HITEM hItem = Open(API_OE, Entry("Inbox/No id"), true);
+    PropDesc subject = Tagged(TS_PR_OE_SUBJECT);
+    EXPECT_EQ(TS_SetItemTextProp(m_pLib, API_OE, hItem, &subject, strLong.c_str()), 0);
+    EXPECT_EQ(TS_SaveItem(m_pLib, API_OE, hItem, 2 | 1), 0); // the old message destroyed
+    const std::string strNew = ItemID(API_OE, hItem);
+    TS_CloseItem(m_pLib, API_OE, hItem);
+    EXPECT_EQ(ReadText(strNew, TS_PR_OE_SUBJECT), strLong);
+    EXPECT_EQ(CountFiles(m_root), 3u);
+    EXPECT_EQ(CountFiles(m_root / ".Trash"), 0u);
+}
+
 TEST_F(MailItems, ReadOnlyDateIsRefusedByTheStore) {
     TS_HITEM hItem = Open(API_OE, Entry("Inbox/Hello"), true);
     PropDesc sent = Tagged(TS_PR_OE_SENT);

@@ -135,6 +135,16 @@ TEST_F(WabItems, WritesTextThatLastsAfterTheSave) {
     EXPECT_EQ(ReadText("Bob", Tagged(TS_PR_COMMENT)), "Met at the museum");
 }
 
+TEST_F(WabItems, LongTextRoundTrips) {
+    std::string strLong;
+    for (int i = 0; strLong.size() < 200000; ++i) strLong += "line " + std::to_string(i) + ", ";
+    Change("Bob", [&](TS_HITEM hItem) {
+        PropDesc note = Tagged(TS_PR_COMMENT);
+        EXPECT_EQ(TS_SetItemTextProp(m_pLib, API_WAB, hItem, &note, strLong.c_str()), 0);
+    });
+    EXPECT_EQ(ReadText("Bob", Tagged(TS_PR_COMMENT)), strLong);
+}
+
 TEST_F(WabItems, NamedNumbersOfTheThreeTypes) {
     PropDesc shoe = Named(u"Shoe-Size", TS_PT_LONG), vip = Named(u"Vip", TS_PT_BOOLEAN);
     PropDesc small = Named(nullptr, TS_PT_I2);
