@@ -133,7 +133,7 @@ extern "C" int32_t TS_GetItemID(CTessel *pLib, int32_t nAPI, TS_HITEM hItem, cha
     SPropValue *pValue = nullptr;
     HRESULT hr = pCompare->GetItemProp(hStoreItem, PR_ENTRYID, &pValue, false);
     char *pszHex = nullptr;
-    if (hr == S_OK && pValue->Value.bin.cb == 0) {
+    if (hr == S_OK && (!pValue || pValue->Value.bin.cb == 0)) {
         hr = MAPI_E_NOT_FOUND;
     } else if (hr == S_OK) {
         pszHex = Bin2Hex(pValue->Value.bin.lpb, pValue->Value.bin.cb);
