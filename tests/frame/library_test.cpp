@@ -193,46 +193,6 @@ TEST_F(GetCompare, StoresThatCannotOpenSayWhy) {
     EXPECT_EQ(lines[2], "Err[0x7e] in CWAB::Init: Cant load wab32.dll");
 }
 
-TEST_F(GetCompare, AdaptorOperationsFailInOrder) {
-    struct Adaptor {
-        ICompare *pCompare;
-        std::string label;
-        std::string reason;
-    };
-    const Adaptor adaptors[] = {
-        {&m_pLib->oe, "COECompare", "the message store is not available in this build"},
-    };
-    for (const Adaptor &adaptor : adaptors) {
-        ICompare *pCompare = adaptor.pCompare;
-        LinesSince since(m_capture);
-        HITEM hItem = reinterpret_cast<HITEM>(1);
-        EXPECT_EQ(pCompare->OpenItem("3412000056000000", &hItem, false), -1);
-        EXPECT_EQ(hItem, nullptr);
-        HFOLDER hFolder = reinterpret_cast<HFOLDER>(1);
-        EXPECT_EQ(pCompare->OpenFolder("34120000", &hFolder), -1);
-        EXPECT_EQ(hFolder, nullptr);
-        ULONG cValues = 7;
-        SPropValue *pProps = reinterpret_cast<SPropValue *>(1);
-        EXPECT_EQ(pCompare->GetItemProps(nullptr, nullptr, &cValues, &pProps, false), -1);
-        EXPECT_EQ(cValues, 0u);
-        EXPECT_EQ(pProps, nullptr);
-        ULONG nSize = 7;
-        EXPECT_EQ(pCompare->GetItemSize(nullptr, &nSize, true), -1);
-        EXPECT_EQ(nSize, 0u);
-        EXPECT_FALSE(pCompare->ValidAttachCmpProps(nullptr, 0));
-        EXPECT_EQ(pCompare->GetAttachDisplayNameTag(0), 0u);
-        void *pBuffer = reinterpret_cast<void *>(1);
-        EXPECT_EQ(pCompare->AllocateBuffer(16, &pBuffer), -1);
-        EXPECT_EQ(pBuffer, nullptr);
-
-        std::vector<std::string> expected;
-        for (const char *pszOp : {"OpenItem", "OpenFolder", "GetItemProps", "GetItemSize", "ValidAttachCmpProps",
-                                  "GetAttachDisplayNameTag", "AllocateBuffer"})
-            expected.push_back("Err in " + adaptor.label + "::" + pszOp + ": " + adaptor.reason);
-        EXPECT_EQ(since.Lines(), expected);
-    }
-}
-
 TEST_F(GetCompare, AddressBookAdaptorWithoutAConnectionFailsInOrder) {
     LinesSince since(m_capture);
     HITEM hItem = reinterpret_cast<HITEM>(1);
