@@ -17,10 +17,10 @@ int RunFolders(const StoreKind &kind, ToolContext &ctx, bool bJson) {
     std::vector<FolderInfo> folders;
     if (!ListFolders(session, folders, strError)) return Fail(kExitFailure, strError);
     if (bJson) {
-        nlohmann::json doc;
+        nlohmann::ordered_json doc;
         doc["store"] = kind.pszName;
         doc["location"] = session.Location();
-        doc["folders"] = nlohmann::json::array();
+        doc["folders"] = nlohmann::ordered_json::array();
         for (const FolderInfo &folder : folders) doc["folders"].push_back(FolderJson(kind, folder));
         PrintJson(doc);
         return kExitOk;

@@ -64,10 +64,10 @@ int RunList(const StoreKind &kind, ToolContext &ctx, const ListOptions &options)
         if (!ListItems(session, folder, filter, items, strError)) return Fail(kExitFailure, strError);
 
     if (options.bJson) {
-        nlohmann::json doc;
+        nlohmann::ordered_json doc;
         doc["store"] = kind.pszName;
         doc["location"] = session.Location();
-        doc["items"] = nlohmann::json::array();
+        doc["items"] = nlohmann::ordered_json::array();
         for (const ItemInfo &item : items) doc["items"].push_back(ItemJson(kind, item));
         PrintJson(doc);
         return kExitOk;

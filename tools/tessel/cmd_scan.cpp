@@ -24,24 +24,24 @@ std::string Joined(const std::vector<std::string> &words) {
 void PrintScanJson(const CSession &session, const CPropertySet &props, const CKeepRule &keep,
                    const ScanResult &result) {
     const StoreKind &kind = session.Kind();
-    nlohmann::json doc;
+    nlohmann::ordered_json doc;
     doc["store"] = kind.pszName;
     doc["location"] = session.Location();
     doc["by"] = props.ComparedNames();
     doc["keep"] = keep.Text();
-    doc["folders"] = nlohmann::json::array();
+    doc["folders"] = nlohmann::ordered_json::array();
     for (const FolderInfo &folder : result.folders) doc["folders"].push_back(folder.strPath);
     doc["summary"] = {{"items", result.nItems},
                       {"unreadable", result.nRefused},
                       {"groups", result.groups.size()},
                       {"duplicates", result.DuplicateCount()}};
     doc["unreadable"] = result.refusedEntries;
-    doc["groups"] = nlohmann::json::array();
+    doc["groups"] = nlohmann::ordered_json::array();
     for (size_t g = 0; g < result.groups.size(); ++g) {
-        nlohmann::json group;
+        nlohmann::ordered_json group;
         group["group"] = g + 1;
         group["original"] = ItemJson(kind, result.groups[g].original);
-        group["duplicates"] = nlohmann::json::array();
+        group["duplicates"] = nlohmann::ordered_json::array();
         for (const ItemInfo &item : result.groups[g].duplicates) group["duplicates"].push_back(ItemJson(kind, item));
         doc["groups"].push_back(group);
     }

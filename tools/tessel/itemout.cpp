@@ -20,9 +20,9 @@ const char *FolderTypeWord(int32_t nType) {
 
 const char *ObjectTypeWord(uint32_t nObjectType) { return nObjectType == MAPI_DISTLIST ? "group" : "contact"; }
 
-nlohmann::json OrNull(int64_t n) { return n < 0 ? nlohmann::json() : nlohmann::json(n); }
+nlohmann::ordered_json OrNull(int64_t n) { return n < 0 ? nlohmann::ordered_json() : nlohmann::ordered_json(n); }
 
-nlohmann::json OrNull(const std::string &str) { return str.empty() ? nlohmann::json() : nlohmann::json(str); }
+nlohmann::ordered_json OrNull(const std::string &str) { return str.empty() ? nlohmann::ordered_json() : nlohmann::ordered_json(str); }
 
 } // namespace
 
@@ -39,8 +39,8 @@ std::vector<std::string> ItemCells(const StoreKind &kind, const ItemInfo &item) 
             ObjectTypeWord(item.nObjectType), FormatLocal(item.ftDate), item.strFolder, item.strEntry};
 }
 
-nlohmann::json ItemJson(const StoreKind &kind, const ItemInfo &item) {
-    nlohmann::json j;
+nlohmann::ordered_json ItemJson(const StoreKind &kind, const ItemInfo &item) {
+    nlohmann::ordered_json j;
     j["entry"] = item.strEntry;
     if (kind.nAPI == API_OE) {
         j["folder"] = item.strFolder;
@@ -74,8 +74,8 @@ std::vector<std::string> FolderCells(const StoreKind &kind, const FolderInfo &fo
     return {strIndented, strItems, folder.strEntry};
 }
 
-nlohmann::json FolderJson(const StoreKind &kind, const FolderInfo &folder) {
-    nlohmann::json j;
+nlohmann::ordered_json FolderJson(const StoreKind &kind, const FolderInfo &folder) {
+    nlohmann::ordered_json j;
     j["entry"] = folder.strEntry;
     j["name"] = folder.strName;
     j["path"] = folder.strPath;
@@ -90,8 +90,8 @@ nlohmann::json FolderJson(const StoreKind &kind, const FolderInfo &folder) {
     return j;
 }
 
-void PrintJson(const nlohmann::json &doc) {
+void PrintJson(const nlohmann::ordered_json &doc) {
     // Texts from a store may hold bytes that are not UTF-8; they are replaced rather than failing the output.
-    const std::string strText = doc.dump(2, ' ', false, nlohmann::json::error_handler_t::replace);
+    const std::string strText = doc.dump(2, ' ', false, nlohmann::ordered_json::error_handler_t::replace);
     std::fprintf(stdout, "%s\n", strText.c_str());
 }

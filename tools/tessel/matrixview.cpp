@@ -151,16 +151,16 @@ void PrintMatrixTable(const StoreKind &kind, const MatrixView &view) {
     attachments.Print(stdout);
 }
 
-nlohmann::json MatrixJson(const StoreKind &kind, const MatrixView &view) {
-    nlohmann::json doc;
+nlohmann::ordered_json MatrixJson(const StoreKind &kind, const MatrixView &view) {
+    nlohmann::ordered_json doc;
     doc["store"] = kind.pszName;
-    doc["items"] = nlohmann::json::array();
+    doc["items"] = nlohmann::ordered_json::array();
     for (const ItemInfo &item : view.items) doc["items"].push_back(ItemJson(kind, item));
-    doc["properties"] = nlohmann::json::array();
+    doc["properties"] = nlohmann::ordered_json::array();
     for (size_t c = 0; c < view.properties.size(); ++c) {
-        nlohmann::json prop;
+        nlohmann::ordered_json prop;
         prop["name"] = view.properties[c];
-        prop["cells"] = nlohmann::json::array();
+        prop["cells"] = nlohmann::ordered_json::array();
         for (const MatrixCell &cell : view.cells[c]) {
             if (cell.strMark.empty()) prop["cells"].push_back(nullptr);
             else prop["cells"].push_back({{"mark", cell.strMark}, {"value", cell.strValue}, {"size", cell.nSize}});
@@ -168,7 +168,7 @@ nlohmann::json MatrixJson(const StoreKind &kind, const MatrixView &view) {
         doc["properties"].push_back(prop);
     }
     if (kind.nAPI == API_OE) {
-        doc["attachments"] = nlohmann::json::array();
+        doc["attachments"] = nlohmann::ordered_json::array();
         for (const MatrixView::Attachment &attachment : view.attachments)
             doc["attachments"].push_back({{"name", attachment.strName}, {"in", attachment.in}});
     }

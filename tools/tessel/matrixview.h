@@ -33,4 +33,4 @@ bool BuildMatrixView(CSession &session, CPropertySet &props, const std::vector<I
                      std::string &strError);
 
 void PrintMatrixTable(const StoreKind &kind, const MatrixView &view);
-nlohmann::json MatrixJson(const StoreKind &kind, const MatrixView &view);
+nlohmann::ordered_json MatrixJson(const StoreKind &kind, const MatrixView &view);

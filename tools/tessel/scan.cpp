@@ -72,9 +72,12 @@ bool RunScan(CSession &session, const ScanRequest &request, ScanResult &result, 
         return false;
     }
 
+    // Contact groups (distribution lists) are no contacts to compare: the address book's search opens contacts only.
+    ListFilter filter;
+    if (session.Api() == API_WAB) filter.nObjectType = MAPI_MAILUSER;
     std::vector<ItemInfo> items;
     for (const FolderInfo &folder : result.folders)
-        if (!ListItems(session, folder, ListFilter{}, items, strError)) return false;
+        if (!ListItems(session, folder, filter, items, strError)) return false;
     result.nItems = items.size();
 
     PropList list = request.pProps->List();
