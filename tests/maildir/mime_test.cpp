@@ -53,6 +53,32 @@ TEST_F(MimeStoreTest, OpenAsMimeMessageAndSaveItBackAsANewMessage) {
     pNs->Release();
 }
 
+TEST_F(MimeStoreTest, AMessageWhoseFileAnotherProgramRenamedOpensWithItsBytes) {
+    MakeMaildir(Root());
+    std::string strText = Message("renamed", "the body\n");
+    WriteFile(Root() / "cur" / "1.M1P1.h:2,S", strText);
+    IStoreNamespace *pNs = Open();
+    IStoreFolder *pInbox = OpenSpecial(pNs, FOLDER_INBOX);
+    ASSERT_EQ(List(pInbox).size(), 1u);
+    fs::rename(Root() / "cur" / "1.M1P1.h:2,S", Root() / "cur" / "1.M1P1.h:2,FS"); // a flag set elsewhere
+    IMimeMessage *pMessage = nullptr;
+    ASSERT_EQ(pInbox->OpenMessage(1, IID_IMimeMessage, reinterpret_cast<void **>(&pMessage)), S_OK);
+    EXPECT_EQ(Subject(pMessage), "renamed");
+    IStream *pSource = nullptr;
+    ASSERT_EQ(pMessage->GetMessageSource(&pSource, 0), S_OK);
+    std::string strSource(strText.size() + 1, '\0');
+    ULONG cbRead = 0;
+    ASSERT_EQ(pSource->Read(strSource.data(), static_cast<ULONG>(strSource.size()), &cbRead), S_OK);
+    EXPECT_EQ(strSource.substr(0, cbRead), strText);
+    pSource->Release();
+    pMessage->Release();
+    fs::remove(Root() / "cur" / "1.M1P1.h:2,FS");
+    EXPECT_EQ(pInbox->OpenMessage(1, IID_IMimeMessage, reinterpret_cast<void **>(&pMessage)), STG_E_FILENOTFOUND);
+    EXPECT_EQ(pMessage, nullptr);
+    pInbox->Release();
+    pNs->Release();
+}
+
 TEST_F(MimeStoreTest, CorpusMessagesListAndOpenWithoutLossAcrossFolders) {
     SKIP_WITHOUT_SHARED_CORPUS();
     fs::path corpus = testsupport::SharedDir() / "corpus" / "mail";

@@ -162,24 +162,18 @@ HRESULT CStoreFolder::OpenMessage(MESSAGEID dwMessageId, REFIID riid, void **ppv
     if (!ppvObject) return E_POINTER;
     *ppvObject = nullptr;
     if (riid != IID_IStream && riid != IID_IMimeMessage) return E_NOINTERFACE;
+    if (riid == IID_IMimeMessage) {
+        // The message holds its bytes from the start, so it is read straight from the file, in one read.
+        return WithMessage(dwMessageId, [&](const IndexedMessage &, const std::string &strPath) {
+            return MimeOleOpenMessageFile(strPath.c_str(), reinterpret_cast<IMimeMessage **>(ppvObject));
+        });
+    }
     IStream *pStream = nullptr;
     HRESULT hr = WithMessage(dwMessageId, [&](const IndexedMessage &, const std::string &strPath) {
         return CreateFileStreamForRead(strPath.c_str(), &pStream);
     });
     if (FAILED(hr)) return hr;
-    if (riid == IID_IStream) {
-        *ppvObject = pStream;
-        return S_OK;
-    }
-    IMimeMessage *pMessage = nullptr;
-    hr = MimeOleCreateMessage(nullptr, &pMessage);
-    if (SUCCEEDED(hr)) hr = pMessage->Load(pStream);
-    pStream->Release();
-    if (FAILED(hr)) {
-        SafeRelease(pMessage);
-        return hr;
-    }
-    *ppvObject = pMessage;
+    *ppvObject = pStream;
     return S_OK;
 }
 

@@ -45,7 +45,8 @@ HRESULT MimeReadFile(const char *pszPath, std::string &strOut) {
             }
             strOut.resize(nOld + (n > 0 ? static_cast<size_t>(n) : 0));
             if (n < 0) hr = ResultOfErrno(errno);
-            if (n <= 0) break;
+            // A regular file reads short only at its end: no second read to learn that.
+            if (n <= 0 || (S_ISREG(st.st_mode) && static_cast<size_t>(n) < cbChunk)) break;
             cbChunk = 65536;
         }
     }

@@ -45,23 +45,46 @@ void AppendRows(GMimeObject *pObject, std::vector<std::pair<gint64, MimeHeaderRo
     }
 }
 
+// Unfolding leaves the blanks around a value.
+std::string Trimmed(const std::string &str) {
+    size_t nFirst = str.find_first_not_of(" \t\r\n");
+    size_t nLast = str.find_last_not_of(" \t\r\n");
+    return nFirst == std::string::npos ? std::string() : str.substr(nFirst, nLast - nFirst + 1);
+}
+
+std::string Unfolded(const char *pszRaw) {
+    GCharPtr pUnfolded(g_mime_utils_header_unfold(pszRaw ? pszRaw : ""));
+    return pUnfolded ? pUnfolded.get() : "";
+}
+
+std::string WithName(const std::string &strValue, std::string_view svName, DWORD dwFlags) {
+    if (!(dwFlags & PDF_NAMEINDATA)) return strValue;
+    return std::string(svName) + ": " + strValue;
+}
+
 // The value in the form the flags ask for.
 std::string ValueText(GMimeHeader *pHeader, DWORD dwFlags) {
     std::string str;
     if (dwFlags & PDF_ENCODED) {
-        const char *pszRaw = g_mime_header_get_raw_value(pHeader);
-        GCharPtr pUnfolded(g_mime_utils_header_unfold(pszRaw ? pszRaw : ""));
-        str = pUnfolded ? pUnfolded.get() : "";
+        str = Unfolded(g_mime_header_get_raw_value(pHeader));
     } else {
         const char *pszValue = g_mime_header_get_value(pHeader);
         str = pszValue ? pszValue : "";
     }
-    // Unfolding leaves the blanks around the value.
-    size_t nFirst = str.find_first_not_of(" \t\r\n");
-    size_t nLast = str.find_last_not_of(" \t\r\n");
-    str = nFirst == std::string::npos ? std::string() : str.substr(nFirst, nLast - nFirst + 1);
-    if (dwFlags & PDF_NAMEINDATA) str = std::string(g_mime_header_get_name(pHeader)) + ": " + str;
-    return str;
+    return WithName(Trimmed(str), g_mime_header_get_name(pHeader), dwFlags);
+}
+
+// The same from a field of an indexed block: the decoded form is what GMime gives for the field.
+std::string ValueText(const CMimeHeaderIndex::Field &field, DWORD dwFlags) {
+    std::string strUnfolded = Unfolded(std::string(field.svValue).c_str());
+    std::string str;
+    if (dwFlags & PDF_ENCODED) {
+        str = strUnfolded;
+    } else {
+        GCharPtr pDecoded(g_mime_utils_header_decode_text(MimeParserOptions(), strUnfolded.c_str()));
+        str = pDecoded ? pDecoded.get() : "";
+    }
+    return WithName(Trimmed(str), field.svName, dwFlags);
 }
 
 HRESULT ParseLeadingNumber(const std::string &str, LONG *pn) {
@@ -99,14 +122,13 @@ GMimeHeader *MimeFindHeader(const MimeHeaderScope &scope, const char *pszName) {
     return nullptr;
 }
 
-HRESULT MimeGetHeaderProp(const MimeHeaderScope &scope, LPCSTR pszName, DWORD dwFlags, LPPROPVARIANT pValue) {
-    if (!pszName || !pValue) return E_INVALIDARG;
-    VARTYPE vt = pValue->vt;
-    if (vt != VT_LPSTR && vt != VT_I4 && vt != VT_UI4 && vt != VT_FILETIME) return MIME_E_INVALID_VARTYPE;
-    GMimeHeader *pHeader = MimeFindHeader(scope, pszName);
-    if (!pHeader) return MIME_E_NOT_FOUND;
-    std::string strValue = ValueText(pHeader, dwFlags);
+namespace {
 
+bool IsReadableVarType(VARTYPE vt) { return vt == VT_LPSTR || vt == VT_I4 || vt == VT_UI4 || vt == VT_FILETIME; }
+
+// The header's text value as the variant type of *pValue asks for it.
+HRESULT ValueToProp(LPCSTR pszName, const std::string &strValue, LPPROPVARIANT pValue) {
+    VARTYPE vt = pValue->vt;
     PROPVARIANT value{};
     value.vt = vt;
     if (vt == VT_LPSTR) {
@@ -127,6 +149,25 @@ HRESULT MimeGetHeaderProp(const MimeHeaderScope &scope, LPCSTR pszName, DWORD dw
     }
     *pValue = value;
     return S_OK;
+}
+
+} // namespace
+
+HRESULT MimeGetHeaderProp(const MimeHeaderScope &scope, LPCSTR pszName, DWORD dwFlags, LPPROPVARIANT pValue) {
+    if (!pszName || !pValue) return E_INVALIDARG;
+    if (!IsReadableVarType(pValue->vt)) return MIME_E_INVALID_VARTYPE;
+    GMimeHeader *pHeader = MimeFindHeader(scope, pszName);
+    if (!pHeader) return MIME_E_NOT_FOUND;
+    return ValueToProp(pszName, ValueText(pHeader, dwFlags), pValue);
+}
+
+HRESULT MimeGetIndexedHeaderProp(const CMimeHeaderIndex &index, LPCSTR pszName, DWORD dwFlags,
+                                 LPPROPVARIANT pValue) {
+    if (!pszName || !pValue) return E_INVALIDARG;
+    if (!IsReadableVarType(pValue->vt)) return MIME_E_INVALID_VARTYPE;
+    const CMimeHeaderIndex::Field *pField = index.Find(pszName);
+    if (!pField) return MIME_E_NOT_FOUND;
+    return ValueToProp(pszName, ValueText(*pField, dwFlags), pValue);
 }
 
 HRESULT MimeSetHeaderProp(const MimeHeaderScope &scope, LPCSTR pszName, DWORD dwFlags, LPCPROPVARIANT pValue) {

@@ -7,6 +7,7 @@
 
 #include "platform/mimeole.h"
 #include "providers/mime/gmimeutil.h"
+#include "providers/mime/headerindex.h"
 
 struct MimeHeaderScope {
     GMimeObject *pMessage; // the message, for the root body; else null
@@ -26,5 +27,8 @@ std::vector<MimeHeaderRow> MimeCollectHeaderRows(const MimeHeaderScope &scope);
 GMimeHeader *MimeFindHeader(const MimeHeaderScope &scope, const char *pszName);
 
 HRESULT MimeGetHeaderProp(const MimeHeaderScope &scope, LPCSTR pszName, DWORD dwFlags, LPPROPVARIANT pValue);
+// The same read from an indexed header block of the root body, with the values GMime would give.
+HRESULT MimeGetIndexedHeaderProp(const CMimeHeaderIndex &index, LPCSTR pszName, DWORD dwFlags,
+                                 LPPROPVARIANT pValue);
 HRESULT MimeSetHeaderProp(const MimeHeaderScope &scope, LPCSTR pszName, DWORD dwFlags, LPCPROPVARIANT pValue);
 HRESULT MimeDeleteHeaderProp(const MimeHeaderScope &scope, LPCSTR pszName);

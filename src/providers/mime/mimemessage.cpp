@@ -71,6 +71,7 @@ void CMimeMessage::Reset() {
     if (m_pEmptyTop) g_object_unref(m_pEmptyTop);
     m_pEmptyTop = nullptr;
     m_strSource.clear();
+    m_index.Clear();
     m_rgEditedHeaders.clear();
     m_bDirty = false;
     m_bTreeEdited = false;
@@ -80,6 +81,7 @@ void CMimeMessage::Reset() {
 
 void CMimeMessage::MarkEdited(const MimeHeaderScope &scope, LPCSTR pszName) {
     m_bDirty = true;
+    m_index.Clear(); // the source no longer tells the headers
     if (!scope.pMessage || !pszName) {
         m_bTreeEdited = true;
         return;
@@ -93,6 +95,7 @@ void CMimeMessage::LoadBytes(std::string strSource) {
     Reset();
     m_strSource = std::move(strSource);
     m_bCrLf = UsesCrLf(m_strSource);
+    m_index.Build(m_strSource, MimeHeaderBlockEnd(m_strSource));
 }
 
 GMimeMessage *CMimeMessage::HeaderMessage() {
@@ -214,6 +217,7 @@ HRESULT CMimeMessage::Save(IStream *pStm, BOOL fClearDirty) {
     }
     if (fClearDirty && m_bDirty) {
         m_strSource = std::move(strOut);
+        m_index.Build(m_strSource, MimeHeaderBlockEnd(m_strSource));
         m_rgEditedHeaders.clear();
         m_bDirty = false;
         m_bTreeEdited = false;
@@ -274,12 +278,16 @@ HRESULT CMimeMessage::BindToObject(const HBODY hBody, REFIID riid, void **ppvObj
     if (!ppvObject) return E_INVALIDARG;
     *ppvObject = nullptr;
     bool bNeedTree = riid == IID_IStream || riid == IID_IMimeBody;
+    bool bPropertySet = riid == IID_IMimePropertySet || riid == IID_IUnknown;
     MimeHeaderScope scope{};
     GMimeObject *pPart = nullptr;
-    HRESULT hr = ResolveBody(hBody, bNeedTree, &scope, &pPart);
+    HRESULT hr = S_OK;
+    // The property set of the top body resolves at each call: a message read through it by header alone is
+    // never parsed by GMime.
+    if (!(bPropertySet && hBody == HBODY_ROOT)) hr = ResolveBody(hBody, bNeedTree, &scope, &pPart);
     if (FAILED(hr)) return hr;
 
-    if (riid == IID_IMimePropertySet || riid == IID_IMimeBody || riid == IID_IUnknown) {
+    if (bPropertySet || riid == IID_IMimeBody) {
         IMimeBody *pBody = nullptr;
         hr = MimeCreateBodyObject(this, hBody, &pBody);
         *ppvObject = pBody;
@@ -334,6 +342,8 @@ HRESULT CMimeMessage::IsBodyType(HBODY hBody, IMSGBODYTYPE bodytype) {
 }
 
 HRESULT CMimeMessage::GetBodyProp(HBODY hBody, LPCSTR pszName, DWORD dwFlags, LPPROPVARIANT pValue) {
+    // The top headers of an unedited message come from the source's fields, without building GMime's objects.
+    if (hBody == HBODY_ROOT && m_index.Valid()) return MimeGetIndexedHeaderProp(m_index, pszName, dwFlags, pValue);
     MimeHeaderScope scope{};
     HRESULT hr = ResolveBody(hBody, false, &scope, nullptr);
     return FAILED(hr) ? hr : MimeGetHeaderProp(scope, pszName, dwFlags, pValue);

@@ -11,6 +11,7 @@
 
 #include "platform/mimeole.h"
 #include "providers/mime/gmimeutil.h"
+#include "providers/mime/headerindex.h"
 #include "providers/mime/headers.h"
 
 class CMimeMessage final : public CRefCounted<IMimeMessage> {
@@ -81,6 +82,7 @@ private:
                           LPHBODY phBody);
 
     std::string m_strSource;             // the bytes last loaded or saved
+    CMimeHeaderIndex m_index;            // the top header block of m_strSource while nothing was edited
     GMimeMessage *m_pHeaders = nullptr;  // the header block alone, until the tree is parsed
     GMimeMessage *m_pMessage = nullptr;  // the parsed tree
     GMimeObject *m_pEmptyTop = nullptr;  // stands in for a deleted top body (GMime needs one)

@@ -1,0 +1,143 @@
+#!/usr/bin/env bash
+# scan_vs_doveadm.sh - a duplicate scan by `tessel mail scan` against the header floor and `doveadm deduplicate`,
+# on the same generated store, in one run, and each ratio beside its goal.
+#
+# Usage: bench/scan_vs_doveadm.sh [options]
+#   --n N          messages in the main store (default 10000)
+#   --runs R       alternated runs of each measurement; medians are compared (default 3)
+#   --scale        also a store of 10 x N messages: time per message and resident memory per message
+#   --million      also a store of 1,000,000 small messages (--max-body 2048), scanned once (needs ~6 GB of disk)
+#   --no-doveadm   leave doveadm out
+#   --work DIR     where the stores go (default: a new directory under ${TMPDIR:-/tmp}, removed at the end)
+#   --keep         keep the work directory
+#
+# The generator, the floor program and doveadm-dedup.sh come from the shared bench directory: ../shared/bench
+# beside the repository's directory, or $TESSEL_SHARED_DIR/bench. The build is build/default (cmake --preset
+# default). Machines are noisy: only ratios taken in one run mean anything.
+set -euo pipefail
+
+root=$(cd "$(dirname "$0")/.." && pwd)
+shared=${TESSEL_SHARED_DIR:-$root/../shared}
+bench=$shared/bench
+n=10000; runs=3; scale=0; million=0; doveadm=1; work=; keep=0
+while [ $# -gt 0 ]; do
+  case "$1" in
+    --n) n=$2; shift 2;;
+    --runs) runs=$2; shift 2;;
+    --scale) scale=1; shift;;
+    --million) million=1; shift;;
+    --no-doveadm) doveadm=0; shift;;
+    --work) work=$2; shift 2;;
+    --keep) keep=1; shift;;
+    -h|--help) sed -n '2,18p' "$0"; exit 0;;
+    *) echo "unknown option $1" >&2; exit 2;;
+  esac
+done
+[ -f "$bench/gen-maildir.py" ] || { echo "no shared bench directory at $bench (set TESSEL_SHARED_DIR)" >&2; exit 2; }
+if [ "$doveadm" = 1 ] && ! command -v doveadm > /dev/null; then
+  echo "note: doveadm not installed (Debian package dovecot-core); its comparison is skipped"
+  doveadm=0
+fi
+if [ -z "$work" ]; then
+  work=$(mktemp -d "${TMPDIR:-/tmp}/tessel-scan-bench.XXXXXX")
+  [ "$keep" = 1 ] || trap 'rm -rf "$work"' EXIT
+fi
+mkdir -p "$work"
+
+echo "== build"
+(cd "$root" && cmake --preset default > /dev/null && cmake --build --preset default -j2 --target tessel_cli search_bench > "$work/build.log" 2>&1) ||
+  { tail -20 "$work/build.log"; exit 1; }
+tessel=$root/build/default/tools/tessel/tessel
+cc -O2 -o "$work/header-floor" "$bench/header-floor.c" $(pkg-config --cflags --libs gmime-3.0)
+
+now() { date +%s%N; }
+median() { sort -n | awk '{ a[NR] = $1 } END { print a[int((NR + 1) / 2)] }'; }
+ratio() { awk -v a="$1" -v b="$2" 'BEGIN { printf "%.2f", a / b }'; }
+# Prints "LABEL: VALUE x (goal: at most GOAL x) ok|MISSED".
+verdict() { awk -v l="$1" -v v="$2" -v g="$3" 'BEGIN { printf "%-58s %6.2f x  (goal: at most %s x)  %s\n", l, v, g, v <= g ? "ok" : "MISSED" }'; }
+
+# gen STORE N [ARGS...]: a store, its ground truth and a list of its files.
+gen() {
+  local store=$1 count=$2; shift 2
+  [ -d "$store" ] || python3 "$bench/gen-maildir.py" "$store" "$count" --seed 11 --collision-rate 0.01 \
+    --truth "$store.truth.json" --list "$store.list.tsv" "$@" > /dev/null
+  tail -n +2 "$store.list.tsv" | cut -f1 | sed "s|^|$store/|" > "$store.files"
+}
+# Seconds (nanoseconds) of one command.
+timed() { local t0; t0=$(now); "$@" > /dev/null; echo $(( $(now) - t0 )); }
+scan() { "$tessel" --store "$1" mail scan --by message-id,subject,from,date "${@:2}"; }
+scan_body() { "$tessel" --store "$1" mail scan --by message-id,subject,from,date,body "${@:2}"; }
+floor_light() { "$work/header-floor" light "$1.files"; }
+# Peak resident set of a command in bytes.
+peak_rss() { /usr/bin/time -f %M "$@" 2>&1 > /dev/null | tail -1 | awk '{ print $1 * 1024 }'; }
+
+store=$work/s$n
+echo "== store: $n messages (gen-maildir.py --seed 11 --collision-rate 0.01)"
+gen "$store" "$n"
+cat $(head -1000 "$store.files") > /dev/null; find "$store" -type f -exec cat {} + > /dev/null # warm
+
+echo "== groups against the generator's ground truth"
+scan "$store" --json > "$work/scan.json"
+python3 - "$work/scan.json" "$store.truth.json" <<'EOF'
+import json, sys
+scan, truth = json.load(open(sys.argv[1])), json.load(open(sys.argv[2]))
+got = (scan["summary"]["groups"], scan["summary"]["duplicates"])
+want = (truth["content_groups"], truth["content_excess"])
+print(f"groups {got[0]}, duplicates {got[1]}; ground truth: groups {want[0]}, duplicates {want[1]}  "
+      + ("ok" if got == want else "DIFFERENT"))
+EOF
+
+echo "== warm cache, $runs alternated runs"
+: > "$work/t.floor"; : > "$work/t.scan"; : > "$work/t.body"; : > "$work/t.dove"
+for r in $(seq 1 "$runs"); do
+  timed floor_light "$store" >> "$work/t.floor"
+  timed scan "$store" >> "$work/t.scan"
+  timed scan_body "$store" >> "$work/t.body"
+  if [ "$doveadm" = 1 ]; then
+    "$bench/doveadm-dedup.sh" --runs 1 "$store" | awk '/^median wall:/ { printf "%d\n", $3 * 1e9 }' >> "$work/t.dove"
+  fi
+done
+tf=$(median < "$work/t.floor"); ts=$(median < "$work/t.scan"); tb=$(median < "$work/t.body")
+printf 'medians: header-floor light %.3f s, scan %.3f s, scan with body %.3f s' "$(ratio "$tf" 1e9)" \
+  "$(ratio "$ts" 1e9)" "$(ratio "$tb" 1e9)"
+[ "$doveadm" = 1 ] && printf ', doveadm deduplicate -m %.3f s' "$(ratio "$(median < "$work/t.dove")" 1e9)"
+echo
+verdict "scan / header-floor light" "$(ratio "$ts" "$tf")" 2
+[ "$doveadm" = 1 ] && verdict "scan / doveadm deduplicate -m" "$(ratio "$ts" "$(median < "$work/t.dove")")" 0.5
+verdict "scan with body / scan" "$(ratio "$tb" "$ts")" 1.5
+
+echo "== cold cache"
+if [ -w /proc/sys/vm/drop_caches ] && sync && echo 3 > /proc/sys/vm/drop_caches 2> /dev/null; then
+  tcf=$(timed floor_light "$store"); sync; echo 3 > /proc/sys/vm/drop_caches
+  tcs=$(timed scan "$store")
+  verdict "cold scan / cold header blocks" "$(ratio "$tcs" "$tcf")" 1.2
+else
+  echo "cannot drop the page cache here (no write access to /proc/sys/vm/drop_caches): not measured"
+fi
+
+if [ "$scale" = 1 ]; then
+  big=$((n * 10)); store10=$work/s$big
+  echo "== scale: $big messages"
+  gen "$store10" "$big"
+  find "$store10" -type f -exec cat {} + > /dev/null
+  mkdir -p "$work/empty/cur" "$work/empty/new" "$work/empty/tmp"
+  scan "$store10" > /dev/null # ids given once, as for the small store
+  t10=$(timed scan "$store10")
+  verdict "time per message at $big / at $n" "$(awk -v a="$t10" -v b="$ts" -v x="$big" -v y="$n" 'BEGIN { print (a / x) / (b / y) }')" 1.1
+  rss0=$(peak_rss scan "$work/empty"); rss=$(peak_rss scan "$store10")
+  per=$(( (rss - rss0) / big ))
+  awk -v p="$per" -v r="$rss" -v r0="$rss0" 'BEGIN { printf "%-58s %6d B  (goal: at most 500 B)  %s   [peak %d KiB, empty store %d KiB]\n", "resident memory per message above the start", p, p <= 500 ? "ok" : "MISSED", r / 1024, r0 / 1024 }'
+  echo "== search core: per-Add time at 100k against 10k"
+  "$root/build/default/bench/search_bench" 2>&1 | tail -15
+fi
+
+if [ "$million" = 1 ]; then
+  store1m=$work/s1m
+  echo "== 1,000,000 small messages (--max-body 2048); disk: $(df -h "$work" | awk 'NR == 2 { print $4 }') free"
+  gen "$store1m" 1000000 --max-body 2048
+  t0=$(now)
+  rss=$(peak_rss scan "$store1m")
+  t=$(( $(now) - t0 ))
+  awk -v t="$t" -v r="$rss" 'BEGIN { printf "scanned in %.1f s, peak resident %d MiB  (goal: under 1024 MiB)  %s\n", t / 1e9, r / 1048576, r < 1073741824 ? "ok" : "MISSED" }'
+  rm -rf "$store1m"
+fi
