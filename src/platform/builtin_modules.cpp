@@ -1,13 +1,20 @@
-// The provider modules linked into this build: the address book over vCard files.
+// The provider modules linked into this build: the address book over vCard files, and the MIME provider's
+// entry points that are found by name.
 #include "platform/builtin_modules.h"
 
+#include "platform/mimeole.h"
 #include "platform/wab.h"
 
 namespace {
 
 const BuiltinExport kVCardExports[] = {{"WABOpen", reinterpret_cast<FARPROC>(&WABOpen)}};
 
-const BuiltinModule kBuiltinModules[] = {{kszVCardModuleName, kVCardExports, 1}};
+const BuiltinExport kInetCommExports[] = {
+    {"MimeOleInetDateToFileTime",
+     reinterpret_cast<FARPROC>(static_cast<PFNMIMEOLEINETDATETOFILETIME>(&MimeOleInetDateToFileTime))}};
+
+const BuiltinModule kBuiltinModules[] = {{kszVCardModuleName, kVCardExports, 1},
+                                         {kszInetCommModuleName, kInetCommExports, 1}};
 
 } // namespace
 

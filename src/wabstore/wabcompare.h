@@ -1,6 +1,7 @@
-// CWABCompare: the address book behind ICompare, the one the search and the matrix use for API_WAB. While the
-// address book is not part of this build, every operation fails in order: an error line under "CWABCompare::<Op>",
-// -1 as the result, null or zero in the outputs.
+// CWABCompare: the address book behind ICompare, the one the search and the matrix use for API_WAB. It forwards
+// to CWABLib; only contacts open through it (a distribution list is an item that cannot be opened), and an
+// item's size is the byte size of its properties. The book has no folders, attachments or stream properties:
+// those operations keep the contract with an error line and a failure result.
 #pragma once
 
 #include "compare/icompare.h"
@@ -23,6 +24,7 @@ public:
     HRESULT GetItemProps(HITEM hItem, const SPropTagArray *lpTags, ULONG *pcValues, SPropValue **ppProps,
                          BOOL bUnicode) override;
     void FreeItemProps(SPropValue *pProps) override;
+    // With bWhole the sum over every property of the entry, else over the display name and the comment.
     HRESULT GetItemSize(HITEM hItem, ULONG *pnSize, BOOL bWhole) override;
     HRESULT GetAttachments(HITEM hItem, ULONG **ppIDs, ULONG *pcIDs) override;
     HRESULT GetAttachProps(HITEM hItem, ULONG idAttach, const SPropTagArray *lpTags, ULONG *pcValues,

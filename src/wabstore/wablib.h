@@ -54,12 +54,43 @@ public:
     // Shows the entry's details with ulUIParam as the parent window.
     HRESULT DisplayItem(const char *szEntry, ULONG ulUIParam);
 
+    // Lists a container's entries (szFolderEntry null or empty: the personal address book) of one object type (0:
+    // all), modified at or after *pftSince if given, sorted by modification time with bSort. The list goes back
+    // through WABFreeItems; once the table is open the caller has a list, whatever the result.
+    HRESULT GetItems(WABItems **ppItems, const char *szFolderEntry, ULONG nObjectType, bool bProfile, bool bLocal,
+                     const FILETIME *pftSince, bool bSort, bool bDescending);
+    // The general listing: any columns, restriction and sort order (the last two may be null).
+    HRESULT GetItemsEx(WABItems **ppItems, const char *szFolderEntry, ULONG ulTableFlags, SPropTagArray *lpColumns,
+                       SRestriction *lpRestriction, SSortOrderSet *lpSortOrder);
+    // The record of one contact or distribution list; it goes back through WABFreeItem.
+    HRESULT GetItem(WABItem **ppItem, const char *szEntry);
+
+    // Deletes an entry through the personal address book, whichever container lists it.
+    HRESULT DeleteItem(const char *szEntry);
+    // Copies an entry property by property into a container; *ppszNewEntry (from AllocateBuffer) names the copy.
+    HRESULT CopyItem(const char *szEntry, const char *szFolderEntry, char **ppszNewEntry);
+    // A copy and then a delete of the source; a failed delete leaves both and still gives 0.
+    HRESULT MoveItem(const char *szEntry, const char *szFolderEntry, char **ppszNewEntry);
+    // Puts szPrefix in front of the display name unless the name starts with it already.
+    HRESULT MarkItemDisplayName(const char *szEntry, const char *szPrefix);
+    // The entry text of the personal address book, from AllocateBuffer.
+    HRESULT GetPAB(char **ppszEntry);
+    // The first container of GetFolders that lists the entry: 0 and its text (from AllocateBuffer), 1 if none
+    // does, else the failure.
+    HRESULT FindItemFolder(const char *szEntry, char **ppszFolderEntry, bool bLocalOnly);
+
     // The number of entries in one container, or -1 if it cannot be found out.
     LONG _GetItemsCount(const BYTE *lpEntry, ULONG cbEntry);
 
 private:
     // Logs "WAB is not initialized" under pszLabel and gives false when there is no connection.
     bool _CheckConnected(const char *pszLabel) const;
+    // Hands a copy of pszText to the caller in a buffer from AllocateBuffer; an allocation failure is logged as
+    // the error pszError under pszLabel and returned.
+    HRESULT _HandOutText(const char *pszText, char **ppszOut, const char *pszLabel, const char *pszError);
+    // The personal address book's id as the address book gives it (back through FreeBuffer), with the error
+    // "AddrBook->GetPAB" under pszLabel on failure.
+    HRESULT _GetPABId(ULONG *pcbEntry, ENTRYID **ppEntry, const char *pszLabel);
 
     HMODULE m_hWabDll;
     LPWABOPEN m_pfnWABOpen;
@@ -69,3 +100,6 @@ private:
 
 // Frees a list from CWABLib::GetFolders with all its texts; null is ignored.
 void WABFreeFolders(WABFolders *pFolders);
+// Free a list from CWABLib::GetItems or GetItemsEx, and a record from CWABLib::GetItem; null is ignored.
+void WABFreeItems(WABItems *pItems);
+void WABFreeItem(WABItem *pItem);

@@ -1,10 +1,10 @@
 // CWABLib: the list of containers, which the layers above call folders.
 #include <cstdlib>
-#include <cstring>
 
 #include "log/log.h"
 #include "oestore/hex.h"
 #include "wabstore/wablib.h"
+#include "wabstore/wabtext.h"
 
 namespace {
 
@@ -28,14 +28,6 @@ ContainerRow ReadContainerRow(const SRow &row) {
             result.ulFlags = prop.Value.ul;
     }
     return result;
-}
-
-char *DuplicateText(const char *psz) {
-    if (!psz) return nullptr;
-    size_t cb = std::strlen(psz) + 1;
-    char *pszCopy = static_cast<char *>(std::malloc(cb));
-    if (pszCopy) std::memcpy(pszCopy, psz, cb);
-    return pszCopy;
 }
 
 } // namespace
@@ -98,7 +90,7 @@ HRESULT CWABLib::GetFolders(WABFolders **ppFolders, bool bLocalOnly) {
                 WABFolder &folder = pFolders->pFolders[pFolders->cFolders++];
                 folder.cbSize = sizeof(WABFolder);
                 folder.szEntry = Bin2Hex(row.pEntryId->lpb, row.pEntryId->cb);
-                folder.szName = DuplicateText(row.pszName);
+                folder.szName = WABCopyText(row.pszName);
                 folder.ulContainerFlags = row.ulFlags;
                 folder.nItems = _GetItemsCount(row.pEntryId->lpb, row.pEntryId->cb);
             }

@@ -1,5 +1,7 @@
 #include <gtest/gtest.h>
 
+#include <cstdio>
+#include <cstdlib>
 #include <cstring>
 #include <string>
 #include <vector>
@@ -167,20 +169,28 @@ TEST_F(GetCompare, UnknownApiAssertsWithNumberThree) {
 }
 
 TEST_F(GetCompare, StoresThatCannotOpenSayWhy) {
-    // The address book provider the registry names is not there.
+    // The address book provider the registry names is not there; the message store's directory holds other
+    // things than a Maildir, which the store won't turn into one.
     const char szMissing[] = "no-such-provider";
     RegSetKeyValueA(HKEY_LOCAL_MACHINE, kszWabDllPathKey, "", REG_SZ, szMissing, sizeof(szMissing));
+    testsupport::TempDir notMaildir;
+    std::FILE *pFile = std::fopen((notMaildir.path() / "notes.txt").c_str(), "w");
+    ASSERT_NE(pFile, nullptr);
+    std::fclose(pFile);
+    setenv("TESSEL_MAILDIR", notMaildir.path().c_str(), 1);
     LinesSince since(m_capture);
     EXPECT_FALSE(m_pLib->oe.m_Lib.Init(nullptr, true));
+    unsetenv("TESSEL_MAILDIR");
     EXPECT_FALSE(m_pLib->wab.m_Lib.Init(nullptr, false, false));
     EXPECT_FALSE(m_pLib->oe.m_Lib.Initialized());
     EXPECT_FALSE(m_pLib->wab.m_Lib.Initialized());
     const std::vector<std::string> lines = since.Lines();
     RegSetKeyValueA(HKEY_LOCAL_MACHINE, kszWabDllPathKey, "", REG_SZ, kszVCardModuleName,
                     static_cast<DWORD>(std::strlen(kszVCardModuleName) + 1));
-    ASSERT_EQ(lines.size(), 2u);
-    EXPECT_EQ(lines[0].rfind("Err in COELib::Init: ", 0), 0u) << lines[0];
-    EXPECT_EQ(lines[1], "Err[0x7e] in CWAB::Init: Cant load wab32.dll");
+    ASSERT_EQ(lines.size(), 3u) << testing::PrintToString(lines);
+    EXPECT_NE(lines[0].find(" is not a Maildir"), std::string::npos) << lines[0];
+    EXPECT_NE(lines[1].find(" in COELib::Init: Namespace->Initialize"), std::string::npos) << lines[1];
+    EXPECT_EQ(lines[2], "Err[0x7e] in CWAB::Init: Cant load wab32.dll");
 }
 
 TEST_F(GetCompare, AdaptorOperationsFailInOrder) {

@@ -8,6 +8,7 @@
 
 #include "platform/errors.h"
 #include "platform/time.h"
+#include "support/time_zone.h"
 
 namespace {
 
@@ -40,22 +41,7 @@ FILETIME FileTimeOf(int y, int mo, int d, int h = 0, int mi = 0, int s = 0, int 
     return ft;
 }
 
-// Sets TZ for one test and restores the previous zone afterwards.
-class ScopedTimeZone {
-public:
-    explicit ScopedTimeZone(const char *pszZone) {
-        if (const char *old = std::getenv("TZ")) m_old = old;
-        setenv("TZ", pszZone, 1);
-        tzset();
-    }
-    ~ScopedTimeZone() {
-        if (m_old) setenv("TZ", m_old->c_str(), 1); else unsetenv("TZ");
-        tzset();
-    }
-
-private:
-    std::optional<std::string> m_old;
-};
+using testsupport::ScopedTimeZone;
 
 constexpr int64_t kTicksPerHour = 3600 * kFileTimeTicksPerSecond;
 

@@ -1,5 +1,6 @@
 #include "support/fake_wab.h"
 
+#include <algorithm>
 #include <cstdlib>
 #include <cstring>
 
@@ -262,7 +263,10 @@ HRESULT FakeTable::QueryInterface(REFIID riid, void **ppv) {
     return E_NOINTERFACE;
 }
 
-HRESULT FakeTable::SetColumns(SPropTagArray *lpPropTagArray, ULONG ulFlags) { return S_OK; }
+HRESULT FakeTable::SetColumns(SPropTagArray *lpPropTagArray, ULONG ulFlags) {
+    if (pCalls) ++pCalls->cSetColumns;
+    return hrSetColumns;
+}
 
 HRESULT FakeTable::QueryColumns(ULONG ulFlags, SPropTagArray **lppPropTagArray) { return MAPI_E_NO_SUPPORT; }
 
@@ -274,9 +278,15 @@ HRESULT FakeTable::GetRowCount(ULONG ulFlags, ULONG *lpulCount) {
 
 HRESULT FakeTable::SeekRow(BOOKMARK bkOrigin, LONG lRowCount, LONG *lplRowsSought) { return MAPI_E_NO_SUPPORT; }
 
-HRESULT FakeTable::Restrict(SRestriction *lpRestriction, ULONG ulFlags) { return MAPI_E_NO_SUPPORT; }
+HRESULT FakeTable::Restrict(SRestriction *lpRestriction, ULONG ulFlags) {
+    if (pCalls && lpRestriction) pCalls->restrictions.push_back(*lpRestriction);
+    return hrRestrict;
+}
 
-HRESULT FakeTable::SortTable(SSortOrderSet *lpSortCriteria, ULONG ulFlags) { return MAPI_E_NO_SUPPORT; }
+HRESULT FakeTable::SortTable(SSortOrderSet *lpSortCriteria, ULONG ulFlags) {
+    if (pCalls && lpSortCriteria && lpSortCriteria->cSorts > 0) pCalls->sortKeys.push_back(lpSortCriteria->aSort[0]);
+    return hrSort;
+}
 
 HRESULT FakeTable::QueryRows(LONG lRowCount, ULONG ulFlags, SRowSet **lppRows) {
     queryRowsCounts.push_back(lRowCount);
@@ -305,6 +315,10 @@ HRESULT FakeContainer::GetContentsTable(ULONG ulFlags, IMAPITable **lppTable) {
     pTable->rows = rows;
     pTable->hrGetRowCount = hrGetRowCount;
     pTable->hrQueryRows = hrQueryRows;
+    pTable->hrSetColumns = hrSetColumns;
+    pTable->hrRestrict = hrRestrict;
+    pTable->hrSort = hrSort;
+    pTable->pCalls = &tableCalls;
     *lppTable = pTable;
     return S_OK;
 }
@@ -316,12 +330,27 @@ HRESULT FakeContainer::OpenEntry(ULONG cbEntryID, LPENTRYID lpEntryID, LPCIID lp
     return MAPI_E_NO_SUPPORT;
 }
 
-HRESULT FakeContainer::CreateEntry(ULONG cbEntryID, LPENTRYID lpEntryID, ULONG ulCreateFlags,
-                                   IMAPIProp **lppMAPIPropEntry) {
-    return MAPI_E_NO_SUPPORT;
+FakeContainer::~FakeContainer() {
+    if (created) created->Release();
 }
 
-HRESULT FakeContainer::DeleteEntries(LPENTRYLIST lpEntries, ULONG ulFlags) { return MAPI_E_NO_SUPPORT; }
+HRESULT FakeContainer::CreateEntry(ULONG cbEntryID, LPENTRYID lpEntryID, ULONG ulCreateFlags,
+                                   IMAPIProp **lppMAPIPropEntry) {
+    const BYTE *pb = reinterpret_cast<const BYTE *>(lpEntryID);
+    createTemplates.emplace_back(pb, pb + (pb ? cbEntryID : 0));
+    *lppMAPIPropEntry = nullptr;
+    if (!created) return MAPI_E_NO_SUPPORT;
+    if (FAILED(hrCreate)) return hrCreate;
+    created->AddRef();
+    *lppMAPIPropEntry = created;
+    return hrCreate;
+}
+
+HRESULT FakeContainer::DeleteEntries(LPENTRYLIST lpEntries, ULONG ulFlags) {
+    for (ULONG i = 0; lpEntries && i < lpEntries->cValues; ++i)
+        deletedIds.emplace_back(lpEntries->lpbin[i].lpb, lpEntries->lpbin[i].lpb + lpEntries->lpbin[i].cb);
+    return hrDelete;
+}
 
 // ---- FakeAddrBook ------------------------------------------------------------------------------------------------
 
@@ -375,7 +404,17 @@ HRESULT FakeAddrBook::Details(ULONG *lpulUIParam, LPFNDISMISS lpfnDismiss, LPVOI
     return hrDetails;
 }
 
-HRESULT FakeAddrBook::GetPAB(ULONG *lpcbEntryID, LPENTRYID *lppEntryID) { return MAPI_E_NO_SUPPORT; }
+HRESULT FakeAddrBook::GetPAB(ULONG *lpcbEntryID, LPENTRYID *lppEntryID) {
+    *lpcbEntryID = 0;
+    *lppEntryID = nullptr;
+    if (FAILED(hrGetPAB)) return hrGetPAB;
+    void *p = nullptr;
+    m_pWab->AllocateBuffer(static_cast<ULONG>(pabId.size() ? pabId.size() : 1), &p);
+    std::copy(pabId.begin(), pabId.end(), static_cast<BYTE *>(p));
+    *lpcbEntryID = static_cast<ULONG>(pabId.size());
+    *lppEntryID = static_cast<LPENTRYID>(p);
+    return hrGetPAB;
+}
 
 // ---- FakeWabModule -----------------------------------------------------------------------------------------------
 

@@ -103,6 +103,13 @@ public:
     using FakePropObject::FakePropObject;
 };
 
+// What a container's tables were asked, across all tables it made.
+struct FakeTableCalls {
+    int cSetColumns = 0;
+    std::vector<SRestriction> restrictions; // shallow copies: only rt and the top level are meaningful
+    std::vector<SSortOrder> sortKeys;       // the first key of each SortTable
+};
+
 // A contents table over fixed rows. QueryRows hands out each row's values as a buffer of its own.
 class FakeTable : public CRefCounted<IMAPITable> {
 public:
@@ -120,6 +127,10 @@ public:
     std::vector<std::vector<FakeProp>> rows;
     HRESULT hrGetRowCount = S_OK;
     HRESULT hrQueryRows = S_OK;
+    HRESULT hrSetColumns = S_OK;
+    HRESULT hrRestrict = MAPI_E_NO_SUPPORT;
+    HRESULT hrSort = MAPI_E_NO_SUPPORT;
+    FakeTableCalls *pCalls = nullptr; // records SetColumns, Restrict and SortTable when set
     std::vector<LONG> queryRowsCounts;
 
 protected:
@@ -146,7 +157,22 @@ public:
     HRESULT hrContents = S_OK; // GetContentsTable fails with this (MAPI_E_NOT_FOUND: an empty container)
     HRESULT hrGetRowCount = S_OK;
     HRESULT hrQueryRows = S_OK;
+    HRESULT hrSetColumns = S_OK;
+    HRESULT hrRestrict = MAPI_E_NO_SUPPORT;
+    HRESULT hrSort = MAPI_E_NO_SUPPORT;
+    FakeTableCalls tableCalls;
     std::vector<ULONG> contentsFlags;
+
+    // CreateEntry hands out a reference to `created` (with hrCreate as the result) when it is set.
+    FakeMailUser *created = nullptr;
+    HRESULT hrCreate = S_OK;
+    std::vector<std::vector<BYTE>> createTemplates;
+    // DeleteEntries records each id and answers hrDelete.
+    std::vector<std::vector<BYTE>> deletedIds;
+    HRESULT hrDelete = MAPI_E_NO_SUPPORT;
+
+protected:
+    ~FakeContainer() override;
 };
 
 // The address book: entries by their binary ids; no id opens `root`.
@@ -182,6 +208,9 @@ public:
     };
     std::vector<DetailsCall> detailsCalls;
     HRESULT hrDetails = S_OK;
+    // GetPAB answers hrGetPAB and, on success, a copy of pabId.
+    HRESULT hrGetPAB = MAPI_E_NO_SUPPORT;
+    std::vector<BYTE> pabId;
 
 protected:
     ~FakeAddrBook() override;

@@ -1,0 +1,17 @@
+// The value arrays that COELib hands out for messages and attachments. One zeroed heap block of SPropValues with
+// one hidden element in front, whose first word holds the number of values; the caller sees the element behind
+// it. Texts and binary buffers inside the values are heap blocks of their own, owned by the array.
+#pragma once
+
+#include "platform/mapi.h"
+
+// A zeroed array of cValues values with its count in front; null if memory runs out.
+SPropValue *OEAllocValueArray(ULONG cValues);
+
+// Frees the texts and buffers of the values and then the block from its true start; null is ignored. A value
+// whose whole tag is ulNoPointerTag holds no pointer whatever its type says (0: none such). A type that holds
+// nothing the array knows logs the error "Unsupported prop type" under szLabel and is skipped.
+void OEFreeValueArray(SPropValue *lpProps, const char *szLabel, ULONG ulNoPointerTag);
+
+// Turns a value into an error value: the tag's id with PT_ERROR, the code in err.
+void OESetErrorValue(SPropValue *pValue, HRESULT hr);
