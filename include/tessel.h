@@ -98,6 +98,72 @@ typedef struct PropList {
     PropDesc *pProps;
 } PropList;
 
+/* ---- Property types and tags ---------------------------------------------------------------------------------------- */
+
+/* The PT_* types a caller meets in PropDesc.nType and in the lower half of a tag. */
+#define TS_PT_I2 0x0002u        /* 16-bit number: TS_GetItemNumProp / TS_SetItemNumProp */
+#define TS_PT_LONG 0x0003u      /* 32-bit number: likewise */
+#define TS_PT_BOOLEAN 0x000Bu   /* true or false: likewise */
+#define TS_PT_STRING8 0x001Eu   /* UTF-8 text: TS_GetItemTextProp / TS_SetItemTextProp */
+#define TS_PT_SYSTIME 0x0040u   /* a date: TS_GetItemDateProp / TS_SetItemDateProp */
+#define TS_PT_BINARY 0x0102u    /* bytes; only compared, never read through an export */
+#define TS_PT_MV_STRING8 0x101Eu /* several texts, joined by the list separator ";" at the exports */
+
+/* Both stores: the item's binary identity, whose hexadecimal form is the item's entry text (TS_GetItemID). */
+#define TS_PR_ENTRYID 0x0FFF0102u
+
+/* The message store's tags, a numbering of Tessel's own. Flags read as TS_PT_BOOLEAN, 0 or 1. */
+#define TS_PR_OE_HASATTACH 0x8001000Bu     /* read only */
+#define TS_PR_OE_DISPLAY_BCC 0x8002001Eu   /* display names of the Bcc recipients; read only */
+#define TS_PR_OE_DISPLAY_CC 0x8003001Eu    /* read only */
+#define TS_PR_OE_DISPLAY_TO 0x8004001Eu    /* read only */
+#define TS_PR_OE_BODY 0x8005001Eu          /* the plain text of the message; also a stream */
+#define TS_PR_OE_FLAGGED 0x8006000Bu
+#define TS_PR_OE_SENDER_EMAIL 0x8007001Eu  /* address of Sender, else of From; read only */
+#define TS_PR_OE_HEADERS 0x8008001Eu       /* the whole header block; read only */
+#define TS_PR_OE_PRIORITY 0x800A0003u      /* 1 high, 3 normal, 5 low */
+#define TS_PR_OE_UNREAD 0x800B000Bu
+#define TS_PR_OE_RECEIVED 0x800C0040u      /* the date of a Received header; read only */
+#define TS_PR_OE_DISPLAY_FROM 0x800D001Eu  /* read only */
+#define TS_PR_OE_SENT 0x800E0040u          /* the Date header; read only */
+#define TS_PR_OE_SIZE 0x800F0003u          /* read only */
+#define TS_PR_OE_SUBJECT 0x8010001Eu
+#define TS_PR_OE_REFERENCES 0x8011001Eu
+#define TS_PR_OE_MESSAGE_ID 0x8012001Eu
+#define TS_PR_OE_STATE 0x80130003u         /* all state flags as one number */
+#define TS_PR_OE_DELETED 0x8014000Bu
+#define TS_PR_OE_SUBMITTED 0x8015000Bu
+#define TS_PR_OE_UNSENT 0x8016000Bu
+#define TS_PR_OE_RECEIVED_FLAG 0x8017000Bu
+#define TS_PR_OE_NEWSMSG 0x8018000Bu
+#define TS_PR_OE_NOSECUI 0x8019000Bu
+#define TS_PR_OE_VOICEMAIL 0x801A000Bu
+#define TS_PR_OE_REPLIED 0x801B000Bu
+#define TS_PR_OE_FORWARDED 0x801C000Bu
+#define TS_PR_OE_RCPTSENT 0x801D000Bu
+#define TS_PR_OE_FROM 0x801E001Eu          /* the From header as written */
+#define TS_PR_OE_BCC 0x8020001Eu
+#define TS_PR_OE_CC 0x8022001Eu
+#define TS_PR_OE_TO 0x8024001Eu
+#define TS_PR_OE_SENDER 0x8026001Eu
+#define TS_PR_OE_HTML_BODY 0x8027001Eu     /* also a stream */
+#define TS_PR_OE_TEXT_BODY 0x8028001Eu     /* also a stream */
+/* Attachments (the comparison matrix's attachment table). */
+#define TS_PR_OE_ATTACH_DISPLAY_NAME 0x8100001Eu
+#define TS_PR_OE_ATTACH_NAME 0x8101001Eu   /* the display name without a trailing remark in parentheses */
+#define TS_PR_OE_ATTACH_SIZE 0x8102001Eu   /* a number, although the type half says text */
+
+/* The address book's common tags (vCard field in brackets). Any other field is a named property: Tag 0, GUID,
+   sID or nID, and nType in the PropDesc. */
+#define TS_PR_DISPLAY_NAME 0x3001001Eu           /* [FN] */
+#define TS_PR_EMAIL_ADDRESS 0x3003001Eu          /* [EMAIL], the first one */
+#define TS_PR_COMMENT 0x3004001Eu                /* [NOTE] */
+#define TS_PR_LAST_MODIFICATION_TIME 0x30080040u /* [REV] */
+#define TS_PR_BUSINESS_TELEPHONE_NUMBER 0x3A08001Eu /* [TEL;TYPE=WORK] */
+#define TS_PR_HOME_TELEPHONE_NUMBER 0x3A09001Eu  /* [TEL;TYPE=HOME] */
+#define TS_PR_MOBILE_TELEPHONE_NUMBER 0x3A1C001Eu /* [TEL;TYPE=CELL] */
+#define TS_PR_BIRTHDAY 0x3A420040u               /* [BDAY] */
+
 /* ---- Original definitions ---------------------------------------------------------------------------------------- */
 
 #define OD_MOST_FILLED 0    /* more non-empty properties; then earlier arrival */
@@ -281,52 +347,76 @@ TESSEL_API int32_t WABMarkItem(CTessel *pLib, const char *pszEntry, const char *
 TESSEL_API void WABDone(CTessel *pLib);
 
 /* ==== Items of either store ================================================================================================== */
+/* nAPI is API_OE or API_WAB. An item handle comes from TS_OpenItem and is valid only with the pLib and nAPI it was
+   opened with; TS_CloseItem ends it, before the store's Done. A PropDesc names one property: by Tag, or, with Tag 0,
+   as a named property (GUID with nID or sID, and nType) that is resolved on first use and its tag written back
+   into the PropDesc; the message store has no named properties (-2). The type an export works with is the lower
+   half of Tag, or nType while Tag is 0. Changes made through an open item last only after TS_SaveItem. */
 
-/* Frees a text that a TS_ function or WABFindItemFolder handed out for this nAPI. */
+/* Frees a text that a TS_ function or WABFindItemFolder handed out for this nAPI; null is ignored. */
 TESSEL_API void TS_FreeBuffer(CTessel *pLib, int32_t nAPI, void *pBuffer);
-/* Tells which store this is: an identity and a detail text (may come back null); free both with TS_FreeBuffer. */
+/* Tells which store this is, so a host can keep users apart. Message store: *ppszProfile is the identity between
+   the first braces of the store's path ("DefaultIdentity" if it has none), *ppszDetail the path. Address book:
+   *ppszProfile is the entry text of the personal address book, *ppszDetail its name or null. Free both with
+   TS_FreeBuffer(nAPI). Status; -2 for an unknown nAPI. */
 TESSEL_API int32_t TS_GetProfileID(CTessel *pLib, int32_t nAPI, char **ppszProfile, char **ppszDetail);
 /* Shows an item: the message source, or the contact, in the program named by TESSEL_VIEWER. Status. */
 TESSEL_API int32_t TS_DisplayItem(CTessel *pLib, int32_t nAPI, const char *pszEntry, HWND hwndParent);
-/* Deletes an item; a message goes to Deleted Items unless bPermanently, and its new entry comes back in
-   *ppszNewEntry (may be null; free with TS_FreeBuffer). Status. */
+/* Deletes an item. A message goes to Deleted Items (gone for good if bPermanently, or if it was there already);
+   its entry there comes back in *ppszNewEntry when ppszNewEntry is given and the message is found again (set the
+   variable to null first; free it with TS_FreeBuffer). A contact is deleted for good either way (an address book
+   has no Deleted Items; without bPermanently that is logged as an error) and no new entry comes back. Status of
+   the delete itself. */
 TESSEL_API int32_t TS_DeleteItem(CTessel *pLib, int32_t nAPI, const char *pszEntry, int32_t bPermanently,
                                  char **ppszNewEntry);
-/* Moves an item to another folder; its new entry comes back in *ppszNewEntry (free with TS_FreeBuffer). Status. */
+/* Moves an item to the folder (container) pszFolderEntry: a copy there, then the original deleted for good. Its
+   new entry comes back in *ppszNewEntry if that is not null (free with TS_FreeBuffer). Status; if only the
+   delete failed the result is 0 and both copies remain. */
 TESSEL_API int32_t TS_MoveItem(CTessel *pLib, int32_t nAPI, const char *pszEntry, const char *pszFolderEntry,
                                char **ppszNewEntry);
-/* Opens an item by its entry; close it with TS_CloseItem. Status. */
+/* Opens an item by its entry, for changes if bModify; close it with TS_CloseItem. Status; *phItem null on
+   failure, -1 if the store is not initialized. */
 TESSEL_API int32_t TS_OpenItem(CTessel *pLib, int32_t nAPI, const char *pszEntry, TS_HITEM *phItem, int32_t bModify);
-/* Closes an item from TS_OpenItem. */
+/* Closes an item from TS_OpenItem, dropping unsaved changes; the caller's variable is not changed. */
 TESSEL_API void TS_CloseItem(CTessel *pLib, int32_t nAPI, TS_HITEM hItem);
 /* Writes the size of the whole item in bytes. Status. */
 TESSEL_API int32_t TS_GetItemSize(CTessel *pLib, int32_t nAPI, TS_HITEM hItem, uint32_t *pnSize);
-/* Reads a text (or multi-valued text, joined by the list separator); free with TS_FreeBuffer. Status; -3 for
-   another type. */
+/* Reads a TS_PT_STRING8 text, or the values of a TS_PT_MV_STRING8 joined by ";"; free *ppszText with
+   TS_FreeBuffer(nAPI). Status; *ppszText null on failure: 0x8004010F if the item has no such value, -2 if the name
+   does not resolve, -3 for another type. */
 TESSEL_API int32_t TS_GetItemTextProp(CTessel *pLib, int32_t nAPI, TS_HITEM hItem, PropDesc *pProp, char **ppszText);
-/* Reads a boolean, 16-bit or 32-bit number. Status; -3 for another type. */
+/* Reads a TS_PT_BOOLEAN (0 or 1), TS_PT_I2 (sign-extended) or TS_PT_LONG. Status as TS_GetItemTextProp; *pnValue
+   0 on failure. */
 TESSEL_API int32_t TS_GetItemNumProp(CTessel *pLib, int32_t nAPI, TS_HITEM hItem, PropDesc *pProp, int32_t *pnValue);
-/* Reads a date, in local time if bLocal (address book only). Status; -3 for another type, -4 if it does not
-   convert. */
+/* Reads a TS_PT_SYSTIME date in UTC, or in local time if bLocal (address book only: the message store's dates are
+   always handed over as stored). Status as TS_GetItemTextProp, -4 if it does not convert; *pST zero on failure. */
 TESSEL_API int32_t TS_GetItemDateProp(CTessel *pLib, int32_t nAPI, TS_HITEM hItem, PropDesc *pProp, SYSTEMTIME *pST,
                                       int32_t bLocal);
-/* Writes a text property of an open item (saved by TS_SaveItem). Status. */
+/* Writes a text property of an open item; for TS_PT_MV_STRING8 the text is cut at every ";" ("a;;b" is three
+   values, "" none). Status; -2 if the name does not resolve, -3 for another type, else the store's result. */
 TESSEL_API int32_t TS_SetItemTextProp(CTessel *pLib, int32_t nAPI, TS_HITEM hItem, PropDesc *pProp,
                                       const char *pszText);
-/* Writes a number property of an open item (saved by TS_SaveItem). Status. */
+/* Writes a TS_PT_BOOLEAN (non-zero is 1), TS_PT_I2 (the lower 16 bits) or TS_PT_LONG property of an open item.
+   Status as TS_SetItemTextProp. */
 TESSEL_API int32_t TS_SetItemNumProp(CTessel *pLib, int32_t nAPI, TS_HITEM hItem, PropDesc *pProp, int32_t nValue);
-/* Writes a date property of an open item (saved by TS_SaveItem). Status; -4 if it does not convert. */
+/* Writes a TS_PT_SYSTIME date given in UTC, or in local time if bLocal (address book only). Status as
+   TS_SetItemTextProp; -4 if the date does not convert (month 13, say). */
 TESSEL_API int32_t TS_SetItemDateProp(CTessel *pLib, int32_t nAPI, TS_HITEM hItem, PropDesc *pProp,
                                       const SYSTEMTIME *pST, int32_t bLocal);
-/* Saves the changes of an open item; nFlags -1 for the store's default. Status. */
+/* Saves the changes of an open item. Message store: the message is written anew (its entry changes: ask
+   TS_GetItemID), bit 0 of nFlags drops the old one to Deleted Items, bit 1 destroys it instead; -1 means bit 0.
+   Address book: bit 0 forces the save, bit 1 keeps the item open read-only, bit 2 read-write; -1 means bit 2.
+   Status. */
 TESSEL_API int32_t TS_SaveItem(CTessel *pLib, int32_t nAPI, TS_HITEM hItem, int32_t nFlags);
-/* Hands out the entry text of an open item; free with TS_FreeBuffer. Status. */
+/* Hands out the entry text of an open item, by which TS_OpenItem opens it again; free with TS_FreeBuffer. Status;
+   0x8004010F if the item has no entry. */
 TESSEL_API int32_t TS_GetItemID(CTessel *pLib, int32_t nAPI, TS_HITEM hItem, char **ppszID);
-/* Copies attachment hBody of hItemFrom into hItemTo (message store only). Status. */
+/* Copies attachment hBody of hItemFrom into hItemTo (message store only; the address book gives -1); the new body
+   comes back in *phNewBody if that is not null. The target changes in memory: TS_SaveItem makes it last. Status. */
 TESSEL_API int32_t TS_CopyAttachment(CTessel *pLib, int32_t nAPI, TS_HITEM hItemTo, TS_HBODY *phNewBody,
                                      TS_HITEM hItemFrom, TS_HBODY hBody);
-/* Finds an attachment by name (and size, unless cbSize is 0) from the nFirst-th on (message store only).
-   0 found, 1 not found, else a status. */
+/* Finds an attachment by its display name (and size in bytes, unless cbSize is 0), from the nFirst-th on (message
+   store only). 0 found, *phBody set; 1 not found, *phBody 0; else a status. */
 TESSEL_API int32_t TS_FindAttachment(CTessel *pLib, int32_t nAPI, TS_HITEM hItem, TS_HBODY *phBody,
                                      const char *pszName, uint32_t cbSize, int32_t nFirst);
 

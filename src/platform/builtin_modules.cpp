@@ -13,8 +13,9 @@ const BuiltinExport kInetCommExports[] = {
     {"MimeOleInetDateToFileTime",
      reinterpret_cast<FARPROC>(static_cast<PFNMIMEOLEINETDATETOFILETIME>(&MimeOleInetDateToFileTime))}};
 
+// The source viewer exists only while TESSEL_VIEWER names one: asked for at each look-up.
 const BuiltinModule kBuiltinModules[] = {{kszVCardModuleName, kVCardExports, 1},
-                                         {kszInetCommModuleName, kInetCommExports, 1}};
+                                         {kszInetCommModuleName, kInetCommExports, 1, &MimeOleGetProcAddress}};
 
 } // namespace
 

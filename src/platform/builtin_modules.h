@@ -9,6 +9,9 @@ struct BuiltinModule {
     const char *pszName;
     const BuiltinExport *pExports;
     size_t cExports;
+    // For a module whose entry points come and go (one that exists only while configured): asked after the
+    // table, null when it has no entry point of that name.
+    void *(*pfnLookup)(const char *pszName) = nullptr;
 };
 
 // The built-in modules; *pc gets their number.

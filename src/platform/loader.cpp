@@ -13,6 +13,7 @@ struct HINSTANCE__ {
     const BuiltinExport *pExports;
     size_t cExports;
     ULONG cLoads;
+    void *(*pfnLookup)(const char *pszName);
 };
 
 namespace {
@@ -42,7 +43,8 @@ std::list<HINSTANCE__> &Modules() {
         size_t cBuiltin = 0;
         const BuiltinModule *pBuiltin = BuiltinModules(&cBuiltin);
         for (size_t i = 0; i < cBuiltin; ++i)
-            modules.push_back({pBuiltin[i].pszName, pBuiltin[i].pExports, pBuiltin[i].cExports, 0});
+            modules.push_back(
+                {pBuiltin[i].pszName, pBuiltin[i].pExports, pBuiltin[i].cExports, 0, pBuiltin[i].pfnLookup});
         return modules;
     }();
     return s_modules;
@@ -81,6 +83,8 @@ FARPROC GetProcAddress(HMODULE hModule, LPCSTR pszProcName) {
     }
     for (size_t i = 0; i < hModule->cExports; ++i)
         if (std::strcmp(hModule->pExports[i].pszName, pszProcName) == 0) return hModule->pExports[i].pfn;
+    if (hModule->pfnLookup)
+        if (void *pfn = hModule->pfnLookup(pszProcName)) return reinterpret_cast<FARPROC>(pfn);
     SetLastError(ERROR_PROC_NOT_FOUND);
     return nullptr;
 }
@@ -108,7 +112,7 @@ BOOL AddBuiltinModule(LPCSTR pszName, const BuiltinExport *pExports, size_t cExp
         SetLastError(ERROR_INVALID_PARAMETER);
         return false;
     }
-    Modules().push_back({pszName, pExports, cExports, 0});
+    Modules().push_back({pszName, pExports, cExports, 0, nullptr});
     return true;
 }
 

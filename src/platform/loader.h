@@ -16,7 +16,8 @@ inline constexpr DWORD ERROR_PROC_NOT_FOUND = 127;
 
 // The address book provider over vCard files.
 inline constexpr const char *kszVCardModuleName = "tessel-vcard";
-// The MIME provider's entry points that the store classes look up by name (the date parser).
+// The MIME provider's entry points that the store classes look up by name: the date parser, and the source
+// viewer while one is configured.
 inline constexpr const char *kszInetCommModuleName = "inetcomm.dll";
 
 struct BuiltinExport {

@@ -27,8 +27,9 @@ HRESULT CWABLib::CopyItem(const char *szEntry, const char *szFolderEntry, char *
     g_Log.Assert(szEntry != nullptr && *szEntry != '\0' && szFolderEntry != nullptr && *szFolderEntry != '\0' &&
                      ppszNewEntry != nullptr,
                  kszLabel, 0);
-    if (!szEntry || !szFolderEntry || !ppszNewEntry) return -1;
-    *ppszNewEntry = nullptr;
+    if (ppszNewEntry) *ppszNewEntry = nullptr;
+    // An empty text would name the root, which is no place to copy from or to.
+    if (!szEntry || !*szEntry || !szFolderEntry || !*szFolderEntry || !ppszNewEntry) return -1;
     if (!_CheckConnected(kszLabel)) return -1;
 
     ULONG cbSource = 0, cbTarget = 0;

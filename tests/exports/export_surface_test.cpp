@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include <cstdio>
+#include <map>
 #include <regex>
 #include <set>
 #include <sstream>
@@ -64,14 +65,42 @@ TEST(ExportSurface, EveryExportedSymbolIsADeclaredFunction) {
     }
 }
 
-TEST(ExportSurface, LibraryFrameExportsArePresent) {
+TEST(ExportSurface, EveryDeclaredFunctionIsExported) {
     std::string error;
     std::set<std::string> exported;
     for (const Symbol &symbol : DefinedSymbols(&error)) exported.insert(symbol.name);
     ASSERT_TRUE(error.empty()) << error;
-    for (const char *pszName : {"CreateTessel", "DeleteTessel", "ConfigLog", "OEInitialized", "OEDone",
-                                "WABInitialized", "WABDone", "FileTime2SystemTime"})
-        EXPECT_TRUE(exported.count(pszName)) << pszName;
+    for (const std::string &name : DeclaredExports())
+        EXPECT_TRUE(exported.count(name)) << "declared in tessel.h but not exported: " << name;
+    EXPECT_EQ(exported.size(), 63u);
+}
+
+// Each prototype of tessel.h has its contract in a comment right above it.
+TEST(ExportSurface, HeaderDocumentsEveryExport) {
+    std::istringstream header(testsupport::ReadFileText(testsupport::SourceDir() / "include" / "tessel.h"));
+    std::string previous;
+    for (std::string line; std::getline(header, line); previous = line) {
+        if (line.rfind("TESSEL_API", 0) != 0) continue;
+        const bool bComment = previous.rfind("/*", 0) == 0 || previous.rfind("   ", 0) == 0;
+        const bool bClosed = previous.size() >= 2 && previous.compare(previous.size() - 2, 2, "*/") == 0;
+        EXPECT_TRUE(bComment && bClosed) << "no comment above: " << line;
+    }
+}
+
+// The family counts of the library's description: 3 + 10 + 11 + 18 + 9 + 10 + 2.
+TEST(ExportSurface, FamiliesHaveTheirSizes) {
+    std::map<std::string, int> families;
+    for (const std::string &name : DeclaredExports()) {
+        std::string family = "other";
+        for (const char *pszPrefix : {"TS_", "Search_", "CmpMatrix_", "OE", "WAB"})
+            if (name.rfind(pszPrefix, 0) == 0) {
+                family = pszPrefix;
+                break;
+            }
+        ++families[family];
+    }
+    EXPECT_EQ(families, (std::map<std::string, int>{{"OE", 10}, {"WAB", 11}, {"TS_", 18}, {"Search_", 9},
+                                                    {"CmpMatrix_", 10}, {"other", 5}}));
 }
 
 } // namespace

@@ -201,7 +201,6 @@ TEST_F(GetCompare, AdaptorOperationsFailInOrder) {
     };
     const Adaptor adaptors[] = {
         {&m_pLib->oe, "COECompare", "the message store is not available in this build"},
-        {&m_pLib->wab, "CWABCompare", "the address book is not available in this build"},
     };
     for (const Adaptor &adaptor : adaptors) {
         ICompare *pCompare = adaptor.pCompare;
@@ -232,6 +231,21 @@ TEST_F(GetCompare, AdaptorOperationsFailInOrder) {
             expected.push_back("Err in " + adaptor.label + "::" + pszOp + ": " + adaptor.reason);
         EXPECT_EQ(since.Lines(), expected);
     }
+}
+
+TEST_F(GetCompare, AddressBookAdaptorWithoutAConnectionFailsInOrder) {
+    LinesSince since(m_capture);
+    HITEM hItem = reinterpret_cast<HITEM>(1);
+    EXPECT_EQ(m_pLib->wab.OpenItem("00000000450000", &hItem, false), -1);
+    EXPECT_EQ(hItem, nullptr);
+    HFOLDER hFolder = reinterpret_cast<HFOLDER>(1);
+    EXPECT_EQ(m_pLib->wab.OpenFolder("34120000", &hFolder), 0); // the book has no folders to open
+    EXPECT_EQ(hFolder, nullptr);
+    void *pBuffer = nullptr;
+    EXPECT_EQ(m_pLib->wab.AllocateBuffer(16, &pBuffer), -2);
+    EXPECT_EQ(pBuffer, nullptr);
+    EXPECT_EQ(since.Lines(), (std::vector<std::string>{"Err in CWABLib::OpenEntry: WAB is not initialized",
+                                                       "Err in CWABLib::AllocateBuffer: ASSERT failed in line 0"}));
 }
 
 } // namespace

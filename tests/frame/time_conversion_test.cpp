@@ -1,7 +1,6 @@
 #include <gtest/gtest.h>
 
 #include <cstdlib>
-#include <optional>
 #include <string>
 #include <vector>
 
@@ -9,6 +8,7 @@
 #include "platform/errors.h"
 #include "platform/time.h"
 #include "support/log_capture.h"
+#include "support/scoped_time_zone.h"
 #include "tessel.h"
 
 namespace {
@@ -27,21 +27,7 @@ SYSTEMTIME MakeSystemTime(int y, int mo, int d, int h, int mi, int s, int ms) {
     return st;
 }
 
-class ScopedTimeZone {
-public:
-    explicit ScopedTimeZone(const char *pszZone) {
-        if (const char *old = std::getenv("TZ")) m_old = old;
-        setenv("TZ", pszZone, 1);
-        tzset();
-    }
-    ~ScopedTimeZone() {
-        if (m_old) setenv("TZ", m_old->c_str(), 1); else unsetenv("TZ");
-        tzset();
-    }
-
-private:
-    std::optional<std::string> m_old;
-};
+using testsupport::ScopedTimeZone;
 
 constexpr int32_t kInvalidParameter = 87;
 

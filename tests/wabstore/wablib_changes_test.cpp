@@ -236,3 +236,21 @@ TEST_F(WabChangesTest, PersonalBookAndItsFailure) {
     EXPECT_EQ(pszPAB, nullptr);
     EXPECT_EQ(Logged(), "Err[0x8004010f] in CWABLib::GetPAB: AddrBook->GetPAB\n");
 }
+
+TEST_F(WabChangesTest, EmptyOrNullTextsAreRefusedWithAnAssertion) {
+    m_pszNew = reinterpret_cast<char *>(&m_pszNew); // overwritten with null
+    EXPECT_EQ(m_lib.CopyItem("", "0C02", &m_pszNew), -1);
+    EXPECT_EQ(m_pszNew, nullptr);
+    EXPECT_EQ(m_lib.MoveItem("E1", "", &m_pszNew), -1);
+    EXPECT_EQ(m_lib.DeleteItem(nullptr), -1);
+    EXPECT_EQ(m_lib.MarkItemDisplayName(nullptr, "x"), -1);
+    char *pszFolder = nullptr;
+    EXPECT_EQ(m_lib.FindItemFolder(nullptr, &pszFolder, false), -1);
+    EXPECT_EQ(Logged(), "Err in CWABLib::CopyItem: ASSERT failed in line 0\n"
+                        "Err in CWABLib::CopyItem: ASSERT failed in line 0\n"
+                        "Err in CWABLib::DeleteItem: ASSERT failed in line 0\n"
+                        "Err in CWABLib::MarkItemDisplayName: ASSERT failed in line 0\n"
+                        "Err in CWABLib::FindItemFolder: ASSERT failed in line 0\n");
+    EXPECT_TRUE(m_pPAB->deletedIds.empty());
+    EXPECT_TRUE(m_pTarget->createTemplates.empty());
+}
