@@ -28,5 +28,6 @@ install(FILES ${PROJECT_BINARY_DIR}/package/TesselConfig.cmake ${PROJECT_BINARY_
 # pkg-config: the prefix as seen from the .pc file's own directory (libdir/pkgconfig), one ".." per level.
 set(TESSEL_PC_DIR ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
 file(RELATIVE_PATH TESSEL_PC_TO_PREFIX /root/${TESSEL_PC_DIR} /root)
+string(REGEX REPLACE "/$" "" TESSEL_PC_TO_PREFIX "${TESSEL_PC_TO_PREFIX}")
 configure_file(${CMAKE_CURRENT_LIST_DIR}/tessel.pc.in ${PROJECT_BINARY_DIR}/package/tessel.pc @ONLY)
 install(FILES ${PROJECT_BINARY_DIR}/package/tessel.pc DESTINATION ${TESSEL_PC_DIR})

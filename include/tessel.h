@@ -229,11 +229,25 @@ typedef struct OEFolders {
     OEFolder *pFolders; /* depth-first pre-order; null while empty */
 } OEFolders;
 
+/* State flags of a message (OEItem.dwState, TS_PR_OE_STATE, OEMarkItem). */
+#define TS_MSG_DELETED 0x0001u
+#define TS_MSG_UNREAD 0x0002u
+#define TS_MSG_SUBMITTED 0x0004u
+#define TS_MSG_UNSENT 0x0008u
+#define TS_MSG_RECEIVED 0x0010u
+#define TS_MSG_NEWSMSG 0x0020u
+#define TS_MSG_NOSECUI 0x0040u
+#define TS_MSG_VOICEMAIL 0x0080u
+#define TS_MSG_REPLIED 0x0100u
+#define TS_MSG_FORWARDED 0x0200u
+#define TS_MSG_RCPTSENT 0x0400u
+#define TS_MSG_FLAGGED 0x0800u
+
 typedef struct OEItem {
     uint32_t cbSize; /* sizeof(OEItem) */
     char *szEntry;   /* the item's entry text */
     uint32_t dwLanguage;
-    uint32_t dwState; /* state flags */
+    uint32_t dwState; /* TS_MSG_* state flags */
     uint32_t cbMessage;
     int32_t priority;
     FILETIME ftReceived;
@@ -295,7 +309,8 @@ TESSEL_API void ConfigLog(const char *pszErrorLog, const char *pszLog, int32_t b
 
 /* ==== Message store ====================================================================================================== */
 
-/* Opens the message store (re-opening it if open); bFlag non-zero creates a missing store. True on success. */
+/* Opens the message store, the Maildir at $TESSEL_MAILDIR, else $MAILDIR, else ~/Maildir (re-opening it if open);
+   bFlag non-zero creates a missing store. True on success. */
 TESSEL_API int32_t OEInit(CTessel *pLib, HWND hwndOwner, int32_t bFlag);
 /* True while the message store is open. */
 TESSEL_API int32_t OEInitialized(CTessel *pLib);
@@ -313,7 +328,7 @@ TESSEL_API void OEFreeItems(CTessel *pLib, OEItems *pItems);
 TESSEL_API int32_t OEGetItem(CTessel *pLib, OEItem **ppItem, const char *pszItemEntry, int32_t bFast);
 /* Frees a record from OEGetItem; null is ignored. */
 TESSEL_API void OEFreeItem(CTessel *pLib, OEItem *pItem);
-/* Sets or clears state flags of a message. Status. */
+/* Switches on the TS_MSG_* flags of dwFlags on a message (it never clears one); the entry stays valid. Status. */
 TESSEL_API int32_t OEMarkItem(CTessel *pLib, const char *pszItemEntry, uint32_t dwFlags);
 /* Closes the message store; harmless when it is not open. */
 TESSEL_API void OEDone(CTessel *pLib);
@@ -337,7 +352,8 @@ TESSEL_API int32_t WABGetItems(CTessel *pLib, WABItems **ppItems, const char *ps
 TESSEL_API void WABFreeItems(CTessel *pLib, WABItems *pItems);
 /* Reads one entry's record; free with WABFreeItem. Status. */
 TESSEL_API int32_t WABGetItem(CTessel *pLib, WABItem **ppItem, const char *pszEntry);
-/* Finds the container of an entry; the text goes back through TS_FreeBuffer(API_WAB). Status. */
+/* Finds the first container that holds an entry; the text goes back through TS_FreeBuffer(API_WAB). 0 found, 1 in
+   no container (*ppszFolderEntry null), else a status. */
 TESSEL_API int32_t WABFindItemFolder(CTessel *pLib, const char *pszEntry, char **ppszFolderEntry, int32_t bLocalOnly);
 /* Frees a record from WABGetItem; null is ignored. */
 TESSEL_API void WABFreeItem(CTessel *pLib, WABItem *pItem);
