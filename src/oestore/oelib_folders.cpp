@@ -4,6 +4,7 @@
 
 #include "log/log.h"
 #include "oestore/heapcopy.h"
+#include "oestore/oeconnected.h"
 #include "oestore/oelib.h"
 
 namespace {
@@ -93,12 +94,14 @@ HRESULT COELib::OpenFolder(const char *szFolderEntry, IStoreFolder **ppFolder) {
         g_Log.Error(kLabel, 0, "Invalid entry - %s", szFolderEntry ? szFolderEntry : "(null)");
         return -1;
     }
+    if (!OEConnected(m_pNamespace, kLabel)) return -1;
     HRESULT hr = m_pNamespace->OpenFolder(dwFolderId, 0, ppFolder);
     if (hr != S_OK) g_Log.Error(kLabel, hr, "OpenFolder");
     return hr;
 }
 
 HRESULT COELib::_OpenFolder(STOREFOLDERID dwFolderId, IStoreFolder **ppFolder) {
+    if (!OEConnected(m_pNamespace, "COELib::_OpenFolder")) return -1;
     HRESULT hr = m_pNamespace->OpenFolder(dwFolderId, 0, ppFolder);
     if (hr != S_OK) g_Log.Error("COELib::_OpenFolder", hr, "OpenFolder");
     return hr;
@@ -110,6 +113,7 @@ namespace {
 HRESULT OpenSpecial(IStoreNamespace *pNamespace, SPECIALFOLDER sfType, const char *pszLabel, IStoreFolder **ppFolder,
                     FOLDERPROPS *pProps) {
     *ppFolder = nullptr;
+    if (!OEConnected(pNamespace, pszLabel)) return -1;
     IStoreFolder *pFolder = nullptr;
     HRESULT hr = pNamespace->OpenSpecialFolder(sfType, 0, &pFolder);
     if (FAILED(hr)) {
@@ -151,6 +155,7 @@ HRESULT COELib::GetStoreDirectory(char **ppszDir) {
     static const char kLabel[] = "COELib::GetStoreDirectory";
     constexpr ULONG kcbPath = 260;
     char szPath[kcbPath] = {};
+    if (!OEConnected(m_pNamespace, kLabel)) return -1;
     HRESULT hr = m_pNamespace->GetDirectory(szPath, kcbPath);
     if (FAILED(hr)) {
         g_Log.Error(kLabel, hr, "GetDirectory");

@@ -5,6 +5,7 @@
 
 #include "log/log.h"
 #include "oestore/heapcopy.h"
+#include "oestore/oeconnected.h"
 #include "oestore/oelib.h"
 #include "search/equalitytree.h"
 
@@ -82,7 +83,7 @@ HRESULT COELib::GetItems(OEItems **ppItems, const char *szFolderEntry, bool bFas
         g_Log.Error(kLabel, 0, "Invalid FolderEntry=%s", szFolderEntry ? szFolderEntry : "(null)");
         return -1;
     }
-    if (!ppItems) return -1;
+    if (!ppItems || !OEConnected(m_pNamespace, kLabel)) return -1;
     IStoreFolder *pFolder = nullptr;
     HRESULT hr = m_pNamespace->OpenFolder(dwFolderId, 0, &pFolder);
     if (hr != S_OK) {

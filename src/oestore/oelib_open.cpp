@@ -3,6 +3,7 @@
 #include <cstring>
 
 #include "log/log.h"
+#include "oestore/oeconnected.h"
 #include "oestore/oelib.h"
 
 namespace {
@@ -21,6 +22,7 @@ HRESULT COELib::_OpenItem(STOREFOLDERID dwFolderId, MESSAGEID dwMessageId, HITEM
     g_Log.Assert(phItem != nullptr, kLabel, 1);
     if (!phItem) return -1;
     *phItem = nullptr;
+    if (!pFolder && !OEConnected(m_pNamespace, kLabel)) return -1;
     HRESULT hr = S_OK;
     if (pFolder) {
         pFolder->AddRef();
@@ -119,6 +121,7 @@ HRESULT COELib::MarkItem(const char *szItemEntry, DWORD dwFlags) {
         g_Log.Error(kLabel, 0, "Invalid EntryID=%s", szItemEntry ? szItemEntry : "(null)");
         return -1;
     }
+    if (!OEConnected(m_pNamespace, kLabel)) return -1;
     IStoreFolder *pFolder = nullptr;
     HRESULT hr = m_pNamespace->OpenFolder(dwFolderId, 0, &pFolder);
     if (hr != S_OK) {

@@ -123,6 +123,33 @@ TEST_F(Connection, RootOrInitializeFailure) {
     EXPECT_TRUE(HasLine(m_log.Lines(), "Err[0x80040154] in COELib::Init: CoCreateInstance"));
 }
 
+TEST_F(Connection, NotConnectedStoreRefusesWithoutTouchingTheRoot) {
+    COELib lib;
+    IStoreFolder *pFolder = nullptr;
+    EXPECT_EQ(lib.OpenFolder("01000000", &pFolder), -1);
+    EXPECT_EQ(lib._OpenFolder(1, &pFolder), -1);
+    STOREFOLDERID dwId = 0;
+    EXPECT_EQ(lib._OpenSpecialFolder(FOLDER_DELETED, &pFolder, &dwId), -1);
+    char *psz = nullptr;
+    EXPECT_EQ(lib.GetStoreDirectory(&psz), -1);
+    OEItems *pItems = nullptr;
+    EXPECT_EQ(lib.GetItems(&pItems, "01000000", false, nullptr, false, false), -1);
+    EXPECT_EQ(pItems, nullptr);
+    HITEM hItem = nullptr;
+    EXPECT_EQ(lib.OpenItem("0100000001000000", &hItem), -1);
+    EXPECT_EQ(lib.MarkItem("0100000001000000", MSG_FLAGGED), -1);
+    OEFolders *pFolders = nullptr;
+    lib.GetFolders(&pFolders);
+    ASSERT_NE(pFolders, nullptr);
+    EXPECT_EQ(pFolders->cFolders, 0u);
+    OEFreeFolders(pFolders);
+    std::vector<std::string> lines = m_log.Lines();
+    EXPECT_EQ(lines.size(), 7u);
+    EXPECT_TRUE(HasLine(lines, "Err in COELib::OpenFolder: OE is not initialized"));
+    EXPECT_TRUE(HasLine(lines, "Err in COELib::_OpenItem: OE is not initialized"));
+    EXPECT_TRUE(HasLine(lines, "Err in COELib::MarkItem: OE is not initialized"));
+}
+
 TEST(EntryTexts, FolderAndItemEntriesAreLowByteFirst) {
     EXPECT_EQ(Take(COELib::Folder2Str(0x1234)), "34120000");
     EXPECT_EQ(Take(COELib::ItemEntry2Str(0x1234, 0x56)), "3412000056000000");
