@@ -58,17 +58,17 @@ bool CKeepRule::Parse(const StoreKind &kind, const std::string &strRule, CProper
         m_OD.nFieldType = static_cast<int32_t>(tag.nTag & 0xFFFF);
         bool bGood = true;
         switch (m_OD.nFieldType) {
-        case 0x001E: bGood = !m_strValue.empty(); break;
-        case 0x0003: bGood = ParseLong(m_strValue, m_OD.nLongValue); break;
-        case 0x000B: bGood = ParseBool(m_strValue, m_OD.bValue); break;
-        case 0x0040: bGood = ParseDate(m_strValue, m_OD.stValue); break;
+        case TS_PT_STRING8: bGood = !m_strValue.empty(); break;
+        case TS_PT_LONG: bGood = ParseLong(m_strValue, m_OD.nLongValue); break;
+        case TS_PT_BOOLEAN: bGood = ParseBool(m_strValue, m_OD.bValue); break;
+        case TS_PT_SYSTIME: bGood = ParseDate(m_strValue, m_OD.stValue); break;
         default: bGood = false; break;
         }
         if (!bGood) {
             strError = "--keep field:" + strWord + "= needs " +
-                       (m_OD.nFieldType == 0x0003   ? std::string("a number")
-                        : m_OD.nFieldType == 0x000B ? std::string("yes or no")
-                        : m_OD.nFieldType == 0x0040 ? std::string("a date such as 2024-03-01")
+                       (m_OD.nFieldType == TS_PT_LONG   ? std::string("a number")
+                        : m_OD.nFieldType == TS_PT_BOOLEAN ? std::string("yes or no")
+                        : m_OD.nFieldType == TS_PT_SYSTIME ? std::string("a date such as 2024-03-01")
                                                     : std::string("a text"));
             return false;
         }
@@ -82,6 +82,6 @@ bool CKeepRule::Parse(const StoreKind &kind, const std::string &strRule, CProper
 
 OriginalDefinition CKeepRule::Definition() const {
     OriginalDefinition od = m_OD;
-    od.szValue = od.nDefinition == OD_FIELD_VALUE && od.nFieldType == 0x001E ? m_strValue.c_str() : nullptr;
+    od.szValue = od.nDefinition == OD_FIELD_VALUE && od.nFieldType == TS_PT_STRING8 ? m_strValue.c_str() : nullptr;
     return od;
 }

@@ -164,26 +164,26 @@ const FolderInfo *FindFolder(const std::vector<FolderInfo> &folders, const std::
 
 bool ReadItem(CSession &session, const std::vector<FolderInfo> &folders, const std::string &strEntry, ItemInfo &item,
               std::string &strError) {
-    std::string strFolderEntry;
-    int32_t nStatus = 0;
+    const FolderInfo *pFolder = nullptr;
     if (session.Api() == API_OE) {
         // An item entry begins with its folder's entry (8 digits).
-        if (strEntry.size() == 16) strFolderEntry = strEntry.substr(0, 8);
+        for (const FolderInfo &folder : folders)
+            if (strEntry.size() == 16 && strEntry.compare(0, 8, folder.strEntry) == 0) pFolder = &folder;
     } else {
-        char *pszFolder = nullptr;
-        nStatus = WABFindItemFolder(session.Lib(), strEntry.c_str(), &pszFolder, 0);
-        if (pszFolder) {
-            strFolderEntry = pszFolder;
-            TS_FreeBuffer(session.Lib(), API_WAB, pszFolder);
+        // A contact's container is the one whose listing holds it.
+        for (const FolderInfo &folder : folders) {
+            std::vector<ItemInfo> items;
+            std::string strIgnored;
+            if (!ListItems(session, folder, ListFilter{}, items, strIgnored)) continue;
+            for (const ItemInfo &listed : items)
+                if (listed.strEntry == strEntry) pFolder = &folder;
         }
     }
-    const FolderInfo *pFolder = nullptr;
-    for (const FolderInfo &folder : folders)
-        if (folder.strEntry == strFolderEntry) pFolder = &folder;
-    if (nStatus != 0 || !pFolder) {
+    if (!pFolder) {
         strError = "no " + std::string(session.Api() == API_OE ? "message" : "contact") + " with the entry " + strEntry;
         return false;
     }
+    int32_t nStatus = 0;
     if (session.Api() == API_OE) {
         OEItem *pItem = nullptr;
         nStatus = OEGetItem(session.Lib(), &pItem, strEntry.c_str(), 0);

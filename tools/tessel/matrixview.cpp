@@ -6,6 +6,14 @@
 #include "itemout.h"
 #include "table.h"
 
+// The item exports show the values themselves; a library without them still gives the marks and sizes.
+#pragma weak TS_OpenItem
+#pragma weak TS_CloseItem
+#pragma weak TS_GetItemTextProp
+#pragma weak TS_GetItemNumProp
+#pragma weak TS_GetItemDateProp
+#pragma weak TS_FreeBuffer
+
 namespace {
 
 constexpr size_t kValueWidth = 28;
@@ -22,14 +30,14 @@ std::string MarkLetter(size_t n) {
 // A short view of one value of an open item, read by its type.
 std::string ValueText(CSession &session, TS_HITEM hItem, PropDesc &desc) {
     const uint32_t nType = desc.Tag & 0xFFFF;
-    if (nType == 0x001E) {
+    if (nType == TS_PT_STRING8) {
         char *psz = nullptr;
         std::string str;
         if (TS_GetItemTextProp(session.Lib(), session.Api(), hItem, &desc, &psz) == 0 && psz) str = psz;
         if (psz) TS_FreeBuffer(session.Lib(), session.Api(), psz);
         return str;
     }
-    if (nType == 0x0040) {
+    if (nType == TS_PT_SYSTIME) {
         SYSTEMTIME st{};
         if (TS_GetItemDateProp(session.Lib(), session.Api(), hItem, &desc, &st, 1) != 0) return std::string();
         char sz[64];
@@ -38,11 +46,14 @@ std::string ValueText(CSession &session, TS_HITEM hItem, PropDesc &desc) {
     }
     int32_t n = 0;
     if (TS_GetItemNumProp(session.Lib(), session.Api(), hItem, &desc, &n) != 0) return std::string();
-    if (nType == 0x000B) return n ? "yes" : "no";
+    if (nType == TS_PT_BOOLEAN) return n ? "yes" : "no";
     return std::to_string(n);
 }
 
 void ReadValues(CSession &session, CPropertySet &props, MatrixView &view) {
+    if (!TS_OpenItem || !TS_CloseItem || !TS_GetItemTextProp || !TS_GetItemNumProp || !TS_GetItemDateProp ||
+        !TS_FreeBuffer)
+        return;
     for (size_t r = 0; r < view.items.size(); ++r) {
         TS_HITEM hItem = nullptr;
         if (TS_OpenItem(session.Lib(), session.Api(), view.items[r].strEntry.c_str(), &hItem, 0) != 0 || !hItem)

@@ -21,8 +21,10 @@ std::string UnderHome(const char *pszRest) {
 } // namespace
 
 CSession::CSession(const GlobalOptions &options) : m_Options(options) {
+    // Whoever asks for the log wants the detail: info lines up to level 3, not only warnings and errors.
+    const bool bDetail = options.bVerbose || !options.strLog.empty();
     ConfigLog(nullptr, options.strLog.empty() ? nullptr : options.strLog.c_str(), options.bVerbose ? 1 : 0,
-              options.bVerbose ? 3 : 1);
+              bDetail ? 3 : 1);
     CreateTessel(&m_pLib);
 }
 
