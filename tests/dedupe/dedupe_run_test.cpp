@@ -35,7 +35,7 @@ std::multiset<std::string> Snapshot(const fs::path &root) {
     return files;
 }
 
-int Run(const std::string &args) { return std::system((std::string(TESSEL_CLI) + " " + args + " >/dev/null 2>&1").c_str()); }
+int Tool(const std::string &args) { return std::system((std::string(TESSEL_CLI) + " " + args + " >/dev/null 2>&1").c_str()); }
 
 class DedupeRun : public ::testing::Test {
 protected:
@@ -53,20 +53,20 @@ protected:
 TEST_F(DedupeRun, MailTrashThenUndoGivesBackTheSameFiles) {
     const fs::path store = Copy("mail");
     const auto before = Snapshot(store);
-    ASSERT_EQ(Run("--store " + store.string() + " mail dedupe"), 0);
+    ASSERT_EQ(Tool("--store " + store.string() + " mail dedupe"), 0);
     EXPECT_EQ(Snapshot(store), before); // a dry run changes nothing
-    ASSERT_EQ(Run("--store " + store.string() + " mail dedupe --apply"), 0);
+    ASSERT_EQ(Tool("--store " + store.string() + " mail dedupe --apply"), 0);
     EXPECT_NE(Snapshot(store), before);
-    ASSERT_EQ(Run("undo"), 0);
+    ASSERT_EQ(Tool("undo"), 0);
     EXPECT_EQ(Snapshot(store), before);
 }
 
 TEST_F(DedupeRun, ContactsTrashThenUndoGivesBackTheSameCards) {
     const fs::path book = Copy("contacts");
     const auto before = Snapshot(book);
-    ASSERT_EQ(Run("--book " + book.string() + " contacts dedupe --apply"), 0);
+    ASSERT_EQ(Tool("--book " + book.string() + " contacts dedupe --apply"), 0);
     EXPECT_LT(Snapshot(book).size(), before.size());
-    ASSERT_EQ(Run("undo"), 0);
+    ASSERT_EQ(Tool("undo"), 0);
     EXPECT_EQ(Snapshot(book), before);
 }
 
@@ -81,6 +81,7 @@ TEST_F(DedupeRun, RunsKilledAtRandomPointsAreUndoneCompletely) {
         const pid_t pid = fork();
         if (pid == 0) {
             freopen("/dev/null", "w", stdout);
+            freopen("/dev/null", "w", stderr);
             execl(TESSEL_CLI, TESSEL_CLI, "--store", store.c_str(), "mail", "dedupe", "--apply", (char *)nullptr);
             _exit(127);
         }
@@ -88,7 +89,7 @@ TEST_F(DedupeRun, RunsKilledAtRandomPointsAreUndoneCompletely) {
         kill(pid, SIGKILL);
         int nStatus = 0;
         waitpid(pid, &nStatus, 0);
-        Run("undo");
+        Tool("undo");
         ASSERT_EQ(Snapshot(store), before) << "run " << n;
         fs::remove_all(store);
     }
@@ -98,7 +99,7 @@ TEST_F(DedupeRun, ReportOpensInAHeadlessBrowser) {
     if (!fs::exists("/usr/bin/chromium")) GTEST_SKIP() << "no /usr/bin/chromium: the report's browser check is skipped";
     const fs::path store = Copy("mail");
     const fs::path html = m_tmp.path() / "report.html";
-    ASSERT_EQ(Run("report mail --store " + store.string() + " --html " + html.string()), 0);
+    ASSERT_EQ(Tool("report mail --store " + store.string() + " --html " + html.string()), 0);
     const fs::path dom = m_tmp.path() / "dom.html";
     const std::string flags = " --headless --no-sandbox --disable-gpu --user-data-dir=" + (m_tmp.path() / "profile").string();
     ASSERT_EQ(std::system(("/usr/bin/chromium" + flags + " --dump-dom file://" + html.string() + " >" + dom.string() +
