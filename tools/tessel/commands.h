@@ -13,6 +13,9 @@ void RegisterFoldersCommand(CLI::App &parent, const StoreKind &kind, ToolContext
 void RegisterListCommand(CLI::App &parent, const StoreKind &kind, ToolContext &ctx);
 void RegisterScanCommand(CLI::App &parent, const StoreKind &kind, ToolContext &ctx);
 void RegisterCompareCommand(CLI::App &parent, const StoreKind &kind, ToolContext &ctx);
+void RegisterDedupeCommand(CLI::App &parent, const StoreKind &kind, ToolContext &ctx);
+void RegisterUndoCommand(CLI::App &app, ToolContext &ctx);
+void RegisterReportCommand(CLI::App &app, ToolContext &ctx);
 
 // --version: the tool's and the loaded library's versions.
 void RegisterVersionFlag(CLI::App &app);

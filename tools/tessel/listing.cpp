@@ -72,6 +72,7 @@ ItemInfo MailItem(const OEItem &it, const FolderInfo &folder) {
     item.strWho = Text(it.szDisplayFrom);
     item.ftDate = it.ftSent;
     item.nSize = it.cbMessage;
+    item.nState = it.dwState;
     return item;
 }
 
@@ -88,13 +89,13 @@ ItemInfo ContactItem(const WABItem &it, const FolderInfo &folder) {
     return item;
 }
 
+} // namespace
+
 std::string StatusText(int32_t nStatus) {
     char sz[32];
     std::snprintf(sz, sizeof sz, "0x%08X", static_cast<uint32_t>(nStatus));
     return sz;
 }
-
-} // namespace
 
 bool ListFolders(CSession &session, std::vector<FolderInfo> &folders, std::string &strError) {
     folders.clear();

@@ -15,6 +15,9 @@ struct ListFilter {
     uint32_t nObjectType = 0; // contacts: 0 all, MAPI_MAILUSER or MAPI_DISTLIST
 };
 
+// A library status for messages: "0x80040107".
+std::string StatusText(int32_t nStatus);
+
 // The folder tree (mail) or the containers (contacts), depth-first.
 bool ListFolders(CSession &session, std::vector<FolderInfo> &folders, std::string &strError);
 

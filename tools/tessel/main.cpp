@@ -18,6 +18,7 @@ int main(int argc, char **argv) {
     RegisterListCommand(*pMail, MailStore(), ctx);
     RegisterScanCommand(*pMail, MailStore(), ctx);
     RegisterCompareCommand(*pMail, MailStore(), ctx);
+    RegisterDedupeCommand(*pMail, MailStore(), ctx);
 
     CLI::App *pContacts =
         app.add_subcommand("contacts", "Contacts of a vCard file or directory (--book)")->require_subcommand(1);
@@ -25,6 +26,9 @@ int main(int argc, char **argv) {
     RegisterListCommand(*pContacts, ContactStore(), ctx);
     RegisterScanCommand(*pContacts, ContactStore(), ctx);
     RegisterCompareCommand(*pContacts, ContactStore(), ctx);
+    RegisterDedupeCommand(*pContacts, ContactStore(), ctx);
+    RegisterUndoCommand(app, ctx);
+    RegisterReportCommand(app, ctx);
 
     try {
         app.parse(argc, argv);

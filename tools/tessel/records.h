@@ -27,5 +27,6 @@ struct ItemInfo {
     std::string strPhone;    // contacts: the first telephone number there is
     FILETIME ftDate{};       // sent, or last modified; zero when unknown
     int64_t nSize = -1;      // bytes; -1 when unknown
+    uint32_t nState = 0;     // mail: the state flags the listing gave
     uint32_t nObjectType = 0; // contacts: MAPI_MAILUSER or MAPI_DISTLIST
 };

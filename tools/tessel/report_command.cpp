@@ -1,0 +1,186 @@
+// tessel report mail|contacts --html FILE: the groups of a scan (or of an applied run's journal) as one
+// self-contained HTML page, each group with its comparison matrix.
+#include <cstdio>
+#include <fstream>
+#include <map>
+#include <memory>
+
+#include <CLI/CLI.hpp>
+
+#include "commands.h"
+#include "itemstate.h"
+#include "journal.h"
+#include "listing.h"
+#include "matrixview.h"
+#include "progress.h"
+#include "report_html.h"
+#include "scanoptions.h"
+#include "timetext.h"
+
+namespace {
+
+struct ReportOptions {
+    ScanOptionValues scan;
+    std::string strHtml;
+    std::string strJournal;
+};
+
+struct GroupItems {
+    std::vector<ItemInfo> items; // original first
+    std::vector<std::string> fates;
+};
+
+tessel::ReportItem ToReportItem(const ItemInfo &item, bool bOriginal, const std::string &strFate) {
+    tessel::ReportItem r;
+    r.sEntry = item.strEntry;
+    r.sFolder = item.strFolder;
+    r.sTitle = item.strTitle;
+    r.sDetail = item.strWho;
+    r.sDate = FormatLocal(item.ftDate);
+    r.nSize = item.nSize > 0 ? static_cast<uint64_t>(item.nSize) : 0;
+    r.bOriginal = bOriginal;
+    r.sFate = strFate;
+    return r;
+}
+
+// The matrix's equality numbers back from the view's letters: a value's number is 1 + the first item holding it.
+tessel::ReportGroup ToReportGroup(const MatrixView &view, const GroupItems &group) {
+    tessel::ReportGroup g;
+    for (size_t i = 0; i < view.items.size(); ++i)
+        g.items.push_back(ToReportItem(view.items[i], i == 0, i < group.fates.size() ? group.fates[i] : ""));
+    for (size_t p = 0; p < view.properties.size(); ++p) {
+        tessel::ReportRow row{view.properties[p], {}, {}, {}};
+        std::map<std::string, int32_t> first;
+        for (size_t i = 0; i < view.cells[p].size(); ++i) {
+            const MatrixCell &cell = view.cells[p][i];
+            int32_t nEq = 0;
+            if (!cell.strMark.empty()) nEq = first.emplace(cell.strMark, static_cast<int32_t>(i) + 1).first->second;
+            row.values.push_back(nEq);
+            row.sizes.push_back(cell.nSize);
+            row.texts.push_back(cell.strValue);
+        }
+        g.rows.push_back(std::move(row));
+    }
+    for (const MatrixView::Attachment &a : view.attachments) {
+        tessel::ReportAttachment att{a.strName, {}};
+        uint32_t nFirst = 0;
+        for (size_t i = 0; i < a.in.size(); ++i) {
+            if (a.in[i] && !nFirst) nFirst = static_cast<uint32_t>(i) + 1;
+            att.cells.push_back(a.in[i] ? nFirst : 0);
+        }
+        g.attachments.push_back(std::move(att));
+    }
+    return g;
+}
+
+// The groups of an applied run, with each item where it is now.
+bool GroupsFromJournal(CSession &session, const tessel::Journal &journal, std::vector<GroupItems> &groups,
+                       std::string &strError) {
+    std::vector<FolderInfo> folders;
+    if (!ListFolders(session, folders, strError)) return false;
+    std::map<int, size_t> byGroup;
+    for (const tessel::JournalAction &a : journal.actions) {
+        const int nGroup = a.before.value("group", 0);
+        if (!byGroup.count(nGroup)) {
+            const auto original = CurrentItem(session, folders, a.before.value("original", ""));
+            if (!original) continue;
+            byGroup[nGroup] = groups.size();
+            groups.push_back(GroupItems{{*original}, {""}});
+        }
+        std::string strEntry = a.before.value("entry", "");
+        std::string strFate = a.before.value("action", "") + (a.Done() ? " done" : a.Interrupted() ? " interrupted" : " failed");
+        if (a.undo) strFate += ", undo: " + a.undo->value("result", "");
+        if (a.Done() && a.after->contains("new_entry") && !(a.undo && a.undo->value("result", "") == "restored"))
+            strEntry = (*a.after)["new_entry"].get<std::string>();
+        if (a.undo && a.undo->contains("entry")) strEntry = (*a.undo)["entry"].get<std::string>();
+        const auto now = CurrentItem(session, folders, strEntry);
+        if (!now) continue; // removed for good, or a card kept only in the journal
+        groups[byGroup[nGroup]].items.push_back(*now);
+        groups[byGroup[nGroup]].fates.push_back(strFate);
+    }
+    return true;
+}
+
+int RunReport(const StoreKind &kind, ToolContext &ctx, const ReportOptions &options) {
+    CPropertySet props;
+    CKeepRule keep;
+    ScanRequest request;
+    std::string strError;
+    if (!PrepareScan(kind, options.scan, props, keep, request, strError)) return Fail(kExitUsage, strError);
+    std::optional<tessel::Journal> journal;
+    GlobalOptions global = ctx.options;
+    if (!options.strJournal.empty()) {
+        journal = tessel::ReadJournal(options.strJournal, &strError);
+        if (!journal) return Fail(kExitUsage, strError);
+        if (journal->header.value("store", "") != kind.pszName)
+            return Fail(kExitUsage, options.strJournal + " is not a journal of a " + kind.pszName + " run");
+        (kind.nAPI == API_OE ? global.strStore : global.strBook) = journal->header.value("location", "");
+    }
+    CSession session(global);
+    if (!session.Open(kind, strError)) return Fail(kExitFailure, strError);
+
+    std::vector<GroupItems> groups;
+    if (journal) {
+        if (!GroupsFromJournal(session, *journal, groups, strError)) return Fail(kExitFailure, strError);
+    } else {
+        ScanResult scan;
+        bool bUsage = false;
+        if (!RunScan(session, request, scan, strError, bUsage))
+            return Fail(bUsage ? kExitUsage : kExitFailure, strError);
+        for (const ScanGroup &g : scan.groups) {
+            GroupItems items{{g.original}, {""}};
+            for (const ItemInfo &d : g.duplicates) items.items.push_back(d), items.fates.push_back("");
+            groups.push_back(std::move(items));
+        }
+    }
+
+    tessel::ReportData data;
+    data.sTitle = kind.nAPI == API_OE ? "Duplicate messages" : "Duplicate contacts";
+    data.sStore = session.Location();
+    data.sSource = journal ? journal->path.string() : "scan by " + request.pProps->ComparedNames().front() +
+                                                          (request.pProps->ComparedNames().size() > 1 ? ", ..." : "");
+    data.sGenerated = tessel::UtcTimestamp();
+    CProgress progress(true);
+    size_t nUnreadable = 0;
+    for (size_t i = 0; i < groups.size(); ++i) {
+        if (progress.Due()) progress.Show("report", i, groups.size(), "");
+        MatrixView view;
+        if (groups[i].items.size() < 2 || !BuildMatrixView(session, props, groups[i].items, view, strError)) {
+            ++nUnreadable;
+            continue;
+        }
+        data.groups.push_back(ToReportGroup(view, groups[i]));
+    }
+    progress.Finish();
+    const std::string html = tessel::RenderReportHtml(data);
+    std::ofstream out(options.strHtml, std::ios::binary | std::ios::trunc);
+    out << html;
+    out.close();
+    if (!out) return Fail(kExitFailure, "cannot write " + options.strHtml);
+    const auto summary = tessel::Summarize(data);
+    std::printf("Report: %llu groups, %llu duplicates, %llu bytes a dedupe would free: %s\n",
+                static_cast<unsigned long long>(summary.nGroups), static_cast<unsigned long long>(summary.nDuplicates),
+                static_cast<unsigned long long>(summary.nBytesFreed), options.strHtml.c_str());
+    if (nUnreadable) std::fprintf(stderr, "tessel: %zu groups could not be compared and are left out\n", nUnreadable);
+    return kExitOk;
+}
+
+void RegisterReportFor(CLI::App &report, const StoreKind &kind, ToolContext &ctx) {
+    CLI::App *pCmd = report.add_subcommand(kind.pszName, std::string("A report of duplicate ") + kind.pszItems);
+    auto pOptions = std::make_shared<ReportOptions>();
+    AddScanOptions(*pCmd, kind, pOptions->scan);
+    pCmd->add_option("--html", pOptions->strHtml, "the page to write")->required();
+    pCmd->add_option("--journal", pOptions->strJournal,
+                     "report the groups of an applied dedupe from its journal instead of a new scan");
+    pCmd->callback([&kind, &ctx, pOptions] { ctx.nExit = RunReport(kind, ctx, *pOptions); });
+}
+
+} // namespace
+
+void RegisterReportCommand(CLI::App &app, ToolContext &ctx) {
+    CLI::App *pReport = app.add_subcommand("report", "Write the duplicate groups as one HTML page, side by side")
+                            ->require_subcommand(1);
+    pReport->footer("The page needs nothing but a browser: no network, no other files. Changes nothing.");
+    RegisterReportFor(*pReport, MailStore(), ctx);
+    RegisterReportFor(*pReport, ContactStore(), ctx);
+}
