@@ -241,7 +241,9 @@ TEST_F(CrashTest, KilledAtRandomMomentsLosesNothingAndDoublesOnlyByFinishedCopie
             } else {
                 ASSERT_EQ(nDelta, 0) << "run " << nRun << ": " << strKey << (nDelta < 0 ? " lost" : " doubled");
             }
-            if (strKey.rfind("<seed-", 0) == 0) ASSERT_GE(observed[strKey], 1) << "run " << nRun << ": lost " << strKey;
+            if (strKey.rfind("<seed-", 0) == 0) {
+                ASSERT_GE(observed[strKey], 1) << "run " << nRun << ": lost " << strKey;
+            }
         }
         nInterrupted += bOpen;
         CheckStore(nRun);
