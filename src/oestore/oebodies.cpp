@@ -92,20 +92,31 @@ HRESULT COELib::OpenStreamProp(HITEM hItem, ULONG ulPropTag, IStream **ppStream,
     if (!pItem || !pItem->pMessage || !ppStream) return -1;
     *ppStream = nullptr;
     IMimeMessage *pMessage = pItem->pMessage;
-
-    if (ulPropTag == PR_OE_TEXT_BODY || ulPropTag == PR_OE_HTML_BODY) {
-        HRESULT hr = pMessage->GetTextBody(TextType(ulPropTag == PR_OE_HTML_BODY), IET_BINARY, ppStream, nullptr);
-        if (hr == MIME_E_NOT_FOUND) return MAPI_E_NOT_FOUND;
-        if (hr != S_OK) g_Log.Error(kszLabel, hr, "GetTextBody");
-        return hr;
-    }
-    if (ulPropTag != PR_OE_BODY) {
+    bool bText = ulPropTag == PR_OE_TEXT_BODY || ulPropTag == PR_OE_HTML_BODY;
+    if (!bText && ulPropTag != PR_OE_BODY) {
         g_Log.Error(kszLabel, static_cast<int32_t>(ulPropTag), "invalid tag");
         return -1;
+    }
+    // A body as stored: what an earlier open of it learnt serves, so that a comparison that ends in the first
+    // block reads no message.
+    bool bStored = !pItem->bEdited && pMessage->IsDirty() == S_FALSE;
+    if (bStored && m_BodyPrefixes.Open(pItem->dwFolderId, pItem->dwMessageId, ulPropTag, pMessage, ppStream))
+        return S_OK;
+    DWORD dwTxtType = TextType(ulPropTag == PR_OE_HTML_BODY);
+
+    if (bText) {
+        HRESULT hr = pMessage->GetTextBody(dwTxtType, IET_BINARY, ppStream, nullptr);
+        if (hr == MIME_E_NOT_FOUND) return MAPI_E_NOT_FOUND;
+        if (hr != S_OK) g_Log.Error(kszLabel, hr, "GetTextBody");
+        if (hr == S_OK && bStored)
+            m_BodyPrefixes.Learn(pItem->dwFolderId, pItem->dwMessageId, ulPropTag, dwTxtType, *ppStream);
+        return hr;
     }
 
     // The plain body as it stands, else the HTML one through a conversion.
     HRESULT hr = pMessage->GetTextBody(TXT_PLAIN, IET_BINARY, ppStream, nullptr);
+    if (hr == S_OK && bStored)
+        m_BodyPrefixes.Learn(pItem->dwFolderId, pItem->dwMessageId, ulPropTag, TXT_PLAIN, *ppStream);
     if (hr != MIME_E_NOT_FOUND) return hr;
     IStream *pHtml = nullptr;
     hr = pMessage->GetTextBody(TXT_HTML, IET_BINARY, &pHtml, nullptr);

@@ -21,6 +21,7 @@ HRESULT COELib::CopyAttachment(HITEM hItemTo, HITEM hItemFrom, HBODY hBody, HBOD
     if (!OEConnected(m_pNamespace, "COELib::CopyAttachment")) return -1;
     IMimeMessage *pFrom = static_cast<OEOpenItem *>(hItemFrom)->pMessage;
     IMimeMessage *pTo = static_cast<OEOpenItem *>(hItemTo)->pMessage;
+    static_cast<OEOpenItem *>(hItemTo)->bEdited = true;
 
     PROPVARIANT rgVar[kAttachHeaderCount]{};
     for (size_t i = 0; i < kAttachHeaderCount; ++i) {

@@ -13,6 +13,7 @@
 #pragma once
 
 #include "compare/icompare.h"
+#include "oestore/oebodyprefix.h"
 #include "platform/com.h"
 #include "platform/mapi.h"
 #include "platform/mimeole.h"
@@ -28,6 +29,7 @@ struct OEOpenItem {
     DWORD dwState;     // state flags as last read from the store
     DWORD dwSetMask;   // bits to switch on at the next save
     DWORD dwClearMask; // bits to switch off at the next save
+    bool bEdited;      // pMessage was changed through this handle: its bodies are no longer the stored ones
 };
 
 // One attachment of an open item: its body handle (valid while the item stays open and unsaved) and its display
@@ -176,6 +178,7 @@ public:
     // True if the text holds exactly 8 bytes, else an error line.
     static bool Str2ItemEntry(const char *szEntry, STOREFOLDERID *pdwFolderId, MESSAGEID *pdwMessageId);
 
+    COEBodyPrefixes m_BodyPrefixes; // of this connection; filled only where bodies are opened as streams
     IStoreNamespace *m_pNamespace; // owned; null when not connected
     IMimeAllocator *m_pAllocator;  // owned; null when not connected
     GUID CLSID_StoreNamespace;

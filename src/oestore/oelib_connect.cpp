@@ -50,6 +50,7 @@ bool COELib::Init(HWND hwndOwner, bool bFlag) {
 bool COELib::Initialized() const { return m_pNamespace && m_pAllocator; }
 
 void COELib::Done() {
+    m_BodyPrefixes.Clear();
     if (m_pAllocator) {
         m_pAllocator->Release();
         m_pAllocator = nullptr;

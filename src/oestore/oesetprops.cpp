@@ -92,6 +92,7 @@ HRESULT COELib::SetItemProps(HITEM hItem, ULONG cValues, const SPropValue *lpPro
     if (!hItem || !ppProblems || (!lpProps && cValues)) return -1;
     *ppProblems = nullptr;
     auto *pItem = static_cast<OEOpenItem *>(hItem);
+    pItem->bEdited = true;
     SPropProblemArray *pProblems = nullptr;
     HRESULT hr = AllocateBuffer(static_cast<ULONG>(CbNewSPropProblemArray(cValues)),
                                 reinterpret_cast<void **>(&pProblems));

@@ -53,7 +53,7 @@ TEST_F(MimeStoreTest, OpenAsMimeMessageAndSaveItBackAsANewMessage) {
     pNs->Release();
 }
 
-TEST_F(MimeStoreTest, AMessageWhoseFileAnotherProgramRenamedOpensWithItsBytes) {
+TEST_F(MimeStoreTest, AMessageWhoseFileAnotherProgramRenamedOrRemovedIsFoundAtItsFirstUse) {
     MakeMaildir(Root());
     std::string strText = Message("renamed", "the body\n");
     WriteFile(Root() / "cur" / "1.M1P1.h:2,S", strText);
@@ -72,7 +72,14 @@ TEST_F(MimeStoreTest, AMessageWhoseFileAnotherProgramRenamedOpensWithItsBytes) {
     EXPECT_EQ(strSource.substr(0, cbRead), strText);
     pSource->Release();
     pMessage->Release();
+    // Gone while the index still lists it: the message is read at its first use, and that use fails.
     fs::remove(Root() / "cur" / "1.M1P1.h:2,FS");
+    ASSERT_EQ(pInbox->OpenMessage(1, IID_IMimeMessage, reinterpret_cast<void **>(&pMessage)), S_OK);
+    pSource = nullptr;
+    ASSERT_EQ(pMessage->GetMessageSource(&pSource, 0), STG_E_FILENOTFOUND);
+    EXPECT_EQ(pSource, nullptr);
+    pMessage->Release();
+    // Unknown to the index after its refresh: the open itself fails.
     EXPECT_EQ(pInbox->OpenMessage(1, IID_IMimeMessage, reinterpret_cast<void **>(&pMessage)), STG_E_FILENOTFOUND);
     EXPECT_EQ(pMessage, nullptr);
     pInbox->Release();

@@ -10,6 +10,8 @@
 #include "providers/maildir/fileops.h"
 #include "providers/maildir/headerprops.h"
 #include "providers/maildir/maildirname.h"
+#include "providers/mime/fileio.h"
+#include "providers/mime/messagelater.h"
 
 namespace {
 
@@ -70,9 +72,11 @@ HRESULT CStoreFolder::QueryInterface(REFIID riid, void **ppv) {
 HRESULT CStoreFolder::GetFolderProps(DWORD, FOLDERPROPS *pProps) { return m_pTree->GetProps(m_idFolder, pProps); }
 
 HRESULT CStoreFolder::WithMessage(MESSAGEID id,
-                                  const std::function<HRESULT(const IndexedMessage &, const std::string &)> &fnUse) {
+                                  const std::function<HRESULT(const IndexedMessage &, const std::string &)> &fnUse,
+                                  bool bFile) {
     MessageView view = m_index.View(); // keeps the message alive while fnUse runs
     if (const IndexedMessage *pMsg = m_index.Find(id)) {
+        if (!bFile) return fnUse(*pMsg, std::string());
         std::string strPath = m_index.PathOf(*pMsg);
         HRESULT hr = fnUse(*pMsg, strPath);
         if (SUCCEEDED(hr) || access(strPath.c_str(), F_OK) == 0) return hr;
@@ -82,7 +86,7 @@ HRESULT CStoreFolder::WithMessage(MESSAGEID id,
     view = m_index.View();
     const IndexedMessage *pMsg = m_index.Find(id);
     if (!pMsg) return STG_E_FILENOTFOUND;
-    return fnUse(*pMsg, m_index.PathOf(*pMsg));
+    return fnUse(*pMsg, bFile ? m_index.PathOf(*pMsg) : std::string());
 }
 
 HRESULT CStoreFolder::FillProps(const IndexedMessage &msg, DWORD dwFlags, MESSAGEPROPS *pProps) {
@@ -130,10 +134,13 @@ HRESULT CStoreFolder::GetNextMessage(HENUMSTORE hEnum, DWORD dwFlags, MESSAGEPRO
     MessageEnum *pEnum = reinterpret_cast<MessageEnum *>(hEnum);
     while (pEnum->nPos < pEnum->view->size()) {
         const IndexedMessage &listed = (*pEnum->view)[pEnum->nPos++];
-        HRESULT hr = WithMessage(listed.id, [&](const IndexedMessage &msg, const std::string &) {
-            if (pEnum->dwMsgFlags && (msg.dwState & pEnum->dwMsgFlags) != pEnum->dwMsgFlags) return S_FALSE;
-            return FillProps(msg, dwFlags, pProps);
-        });
+        HRESULT hr = WithMessage(
+            listed.id,
+            [&](const IndexedMessage &msg, const std::string &) {
+                if (pEnum->dwMsgFlags && (msg.dwState & pEnum->dwMsgFlags) != pEnum->dwMsgFlags) return S_FALSE;
+                return FillProps(msg, dwFlags, pProps);
+            },
+            !(dwFlags & MSGPROPS_FAST));
         if (hr == S_OK) return S_OK;
         if (hr == S_FALSE || hr == STG_E_FILENOTFOUND) continue; // filtered out, or gone since the listing
         return hr;
@@ -148,8 +155,9 @@ HRESULT CStoreFolder::GetMessageClose(HENUMSTORE hEnum) {
 
 HRESULT CStoreFolder::GetMessageProps(MESSAGEID dwMessageId, DWORD dwFlags, MESSAGEPROPS *pProps) {
     if (!pProps) return E_POINTER;
-    return WithMessage(dwMessageId,
-                       [&](const IndexedMessage &msg, const std::string &) { return FillProps(msg, dwFlags, pProps); });
+    return WithMessage(
+        dwMessageId, [&](const IndexedMessage &msg, const std::string &) { return FillProps(msg, dwFlags, pProps); },
+        !(dwFlags & MSGPROPS_FAST));
 }
 
 HRESULT CStoreFolder::FreeMessageProps(MESSAGEPROPS *pProps) {
@@ -163,10 +171,21 @@ HRESULT CStoreFolder::OpenMessage(MESSAGEID dwMessageId, REFIID riid, void **ppv
     *ppvObject = nullptr;
     if (riid != IID_IStream && riid != IID_IMimeMessage) return E_NOINTERFACE;
     if (riid == IID_IMimeMessage) {
-        // The message holds its bytes from the start, so it is read straight from the file, in one read.
-        return WithMessage(dwMessageId, [&](const IndexedMessage &, const std::string &strPath) {
-            return MimeOleOpenMessageFile(strPath.c_str(), reinterpret_cast<IMimeMessage **>(ppvObject));
-        });
+        // Known to the index now, read in one read when first used: a scan opens an earlier message for every
+        // comparison of a body and mostly needs nothing of it. A rename meanwhile (another program's flag
+        // change) is followed through the index; a file gone meanwhile fails the first use.
+        HRESULT hr = WithMessage(
+            dwMessageId, [](const IndexedMessage &, const std::string &) { return S_OK; }, false);
+        if (FAILED(hr)) return hr;
+        AddRef();
+        std::shared_ptr<CStoreFolder> pThis(this, [](CStoreFolder *p) { p->Release(); });
+        return MimeOpenMessageLater(
+            [pThis, dwMessageId](std::string &strOut) {
+                return pThis->WithMessage(dwMessageId, [&](const IndexedMessage &, const std::string &strPath) {
+                    return MimeReadFile(strPath.c_str(), strOut);
+                });
+            },
+            reinterpret_cast<IMimeMessage **>(ppvObject));
     }
     IStream *pStream = nullptr;
     HRESULT hr = WithMessage(dwMessageId, [&](const IndexedMessage &, const std::string &strPath) {

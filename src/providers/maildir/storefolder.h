@@ -42,7 +42,10 @@ private:
           m_pIndex(m_pTree->IndexFor(m_strDir)), m_index(*m_pIndex) {}
 
     // Runs fnUse on the message's file; if the file went (renamed by a flag change, say) it looks again once.
-    HRESULT WithMessage(MESSAGEID id, const std::function<HRESULT(const IndexedMessage &, const std::string &)> &fnUse);
+    // Without bFile fnUse reads only the index: it gets no path, and only a message missing from the index is
+    // looked for again.
+    HRESULT WithMessage(MESSAGEID id, const std::function<HRESULT(const IndexedMessage &, const std::string &)> &fnUse,
+                        bool bFile = true);
     HRESULT FillProps(const IndexedMessage &msg, DWORD dwFlags, MESSAGEPROPS *pProps);
     // Gives the files now in this folder under the unique names of extras their extra state bits.
     HRESULT SetExtraStates(const std::map<std::string, DWORD> &extras);

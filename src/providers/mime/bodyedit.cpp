@@ -92,6 +92,7 @@ void CMimeMessage::AddToMixed(GMimeObject *pPart, bool bFirst) {
 
 HRESULT CMimeMessage::SetTextBody(DWORD dwTxtType, ENCODINGTYPE, HBODY hAlternative, IStream *pStream,
                                   LPHBODY phBody) {
+    if (HRESULT hrReady = Ready(); FAILED(hrReady)) return hrReady;
     if (phBody) *phBody = 0;
     if (dwTxtType != TXT_PLAIN && dwTxtType != TXT_HTML) return MIME_E_INVALID_TEXT_TYPE;
     bool bHtml = dwTxtType == TXT_HTML;
@@ -138,6 +139,7 @@ HRESULT CMimeMessage::SetTextBody(DWORD dwTxtType, ENCODINGTYPE, HBODY hAlternat
 }
 
 HRESULT CMimeMessage::DeleteBody(HBODY hBody, DWORD) {
+    if (HRESULT hrReady = Ready(); FAILED(hrReady)) return hrReady;
     MimeHeaderScope scope{};
     GMimeObject *pPart = nullptr;
     HRESULT hr = ResolveBody(hBody, true, &scope, &pPart);
@@ -186,6 +188,7 @@ HRESULT CMimeMessage::AddAttachment(std::string strData, const char *pszContentT
 }
 
 HRESULT CMimeMessage::AttachObject(REFIID riid, void *pvObject, LPHBODY phBody) {
+    if (HRESULT hrReady = Ready(); FAILED(hrReady)) return hrReady;
     if (phBody) *phBody = 0;
     if (riid != IID_IStream) return MIME_E_INVALID_OBJECT_IID;
     if (!pvObject) return E_INVALIDARG;
@@ -195,6 +198,7 @@ HRESULT CMimeMessage::AttachObject(REFIID riid, void *pvObject, LPHBODY phBody) 
 }
 
 HRESULT CMimeMessage::AttachFile(LPCSTR pszFilePath, IStream *pstmFile, LPHBODY phBody) {
+    if (HRESULT hrReady = Ready(); FAILED(hrReady)) return hrReady;
     if (phBody) *phBody = 0;
     if (!pszFilePath || !*pszFilePath) return E_INVALIDARG;
     std::string strData;

@@ -11,6 +11,7 @@
 #include "providers/mime/fileio.h"
 #include "providers/mime/headersplice.h"
 #include "providers/mime/headertable.h"
+#include "providers/mime/messagelater.h"
 #include "providers/mime/mimebody.h"
 
 namespace {
@@ -62,6 +63,7 @@ CMimeMessage::CMimeMessage() { MimeEnsureInit(); }
 CMimeMessage::~CMimeMessage() { Reset(); }
 
 void CMimeMessage::Reset() {
+    m_fnRead = nullptr;
     for (GMimeObject *pPart : m_rgBodies) g_object_unref(pPart);
     m_rgBodies.clear();
     for (GMimeMessage **pp : {&m_pHeaders, &m_pMessage}) {
@@ -77,6 +79,7 @@ void CMimeMessage::Reset() {
     m_bTreeEdited = false;
     m_bHeaderless = false;
     m_bCrLf = false;
+    m_nPlainBodyAt = kNotAsked;
 }
 
 void CMimeMessage::MarkEdited(const MimeHeaderScope &scope, LPCSTR pszName) {
@@ -96,6 +99,20 @@ void CMimeMessage::LoadBytes(std::string strSource) {
     m_strSource = std::move(strSource);
     m_bCrLf = UsesCrLf(m_strSource);
     m_index.Build(m_strSource, MimeHeaderBlockEnd(m_strSource));
+}
+
+void CMimeMessage::LoadLater(std::function<HRESULT(std::string &)> fnRead) {
+    Reset();
+    m_fnRead = std::move(fnRead);
+}
+
+HRESULT CMimeMessage::Ready() {
+    if (!m_fnRead) return S_OK;
+    std::string strSource;
+    HRESULT hr = m_fnRead(strSource);
+    if (FAILED(hr)) return hr;
+    LoadBytes(std::move(strSource));
+    return S_OK;
 }
 
 GMimeMessage *CMimeMessage::HeaderMessage() {
@@ -126,6 +143,7 @@ HBODY CMimeMessage::HandleOf(GMimeObject *pPart) {
 }
 
 HRESULT CMimeMessage::ResolveBody(HBODY hBody, bool bNeedTree, MimeHeaderScope *pScope, GMimeObject **ppPart) {
+    if (HRESULT hrReady = Ready(); FAILED(hrReady)) return hrReady;
     *pScope = MimeHeaderScope{};
     if (ppPart) *ppPart = nullptr;
     if (hBody == HBODY_ROOT) {
@@ -203,6 +221,7 @@ HRESULT CMimeMessage::Load(IStream *pStm) {
 }
 
 HRESULT CMimeMessage::Save(IStream *pStm, BOOL fClearDirty) {
+    if (HRESULT hrReady = Ready(); FAILED(hrReady)) return hrReady;
     if (!pStm) return E_INVALIDARG;
     std::string strOut;
     HRESULT hr = Serialize(strOut);
@@ -217,6 +236,7 @@ HRESULT CMimeMessage::Save(IStream *pStm, BOOL fClearDirty) {
     }
     if (fClearDirty && m_bDirty) {
         m_strSource = std::move(strOut);
+        m_nPlainBodyAt = kNotAsked;
         m_index.Build(m_strSource, MimeHeaderBlockEnd(m_strSource));
         m_rgEditedHeaders.clear();
         m_bDirty = false;
@@ -227,6 +247,7 @@ HRESULT CMimeMessage::Save(IStream *pStm, BOOL fClearDirty) {
 }
 
 HRESULT CMimeMessage::GetSizeMax(ULARGE_INTEGER *pcbSize) {
+    if (HRESULT hrReady = Ready(); FAILED(hrReady)) return hrReady;
     if (!pcbSize) return E_POINTER;
     pcbSize->QuadPart = 0;
     if (!m_bDirty) {
@@ -249,6 +270,7 @@ HRESULT CMimeMessage::InitNew() {
 // ---- IMimeMessage: reading ----------------------------------------------------------------------------------------
 
 HRESULT CMimeMessage::GetMessageSource(IStream **ppStream, DWORD) {
+    if (HRESULT hrReady = Ready(); FAILED(hrReady)) return hrReady;
     if (!ppStream) return E_POINTER;
     *ppStream = nullptr;
     std::string strOut;
@@ -257,6 +279,7 @@ HRESULT CMimeMessage::GetMessageSource(IStream **ppStream, DWORD) {
 }
 
 HRESULT CMimeMessage::GetFlags(DWORD *pdwFlags) {
+    if (HRESULT hrReady = Ready(); FAILED(hrReady)) return hrReady;
     if (!pdwFlags) return E_POINTER;
     GMimeObject *pTop = TopPart();
     DWORD dwFlags = 0;
@@ -275,6 +298,7 @@ HRESULT CMimeMessage::GetFlags(DWORD *pdwFlags) {
 HRESULT CMimeMessage::Commit(DWORD) { return S_OK; }
 
 HRESULT CMimeMessage::BindToObject(const HBODY hBody, REFIID riid, void **ppvObject) {
+    if (HRESULT hrReady = Ready(); FAILED(hrReady)) return hrReady;
     if (!ppvObject) return E_INVALIDARG;
     *ppvObject = nullptr;
     bool bNeedTree = riid == IID_IStream || riid == IID_IMimeBody;
@@ -318,6 +342,7 @@ HRESULT CMimeMessage::BindToObject(const HBODY hBody, REFIID riid, void **ppvObj
 }
 
 HRESULT CMimeMessage::IsBodyType(HBODY hBody, IMSGBODYTYPE bodytype) {
+    if (HRESULT hrReady = Ready(); FAILED(hrReady)) return hrReady;
     MimeHeaderScope scope{};
     GMimeObject *pPart = nullptr;
     HRESULT hr = ResolveBody(hBody, true, &scope, &pPart);
@@ -342,6 +367,7 @@ HRESULT CMimeMessage::IsBodyType(HBODY hBody, IMSGBODYTYPE bodytype) {
 }
 
 HRESULT CMimeMessage::GetBodyProp(HBODY hBody, LPCSTR pszName, DWORD dwFlags, LPPROPVARIANT pValue) {
+    if (HRESULT hrReady = Ready(); FAILED(hrReady)) return hrReady;
     // The top headers of an unedited message come from the source's fields, without building GMime's objects.
     if (hBody == HBODY_ROOT && m_index.Valid()) return MimeGetIndexedHeaderProp(m_index, pszName, dwFlags, pValue);
     MimeHeaderScope scope{};
@@ -350,6 +376,7 @@ HRESULT CMimeMessage::GetBodyProp(HBODY hBody, LPCSTR pszName, DWORD dwFlags, LP
 }
 
 HRESULT CMimeMessage::SetBodyProp(HBODY hBody, LPCSTR pszName, DWORD dwFlags, LPCPROPVARIANT pValue) {
+    if (HRESULT hrReady = Ready(); FAILED(hrReady)) return hrReady;
     MimeHeaderScope scope{};
     HRESULT hr = ResolveBody(hBody, true, &scope, nullptr);
     if (SUCCEEDED(hr)) hr = MimeSetHeaderProp(scope, pszName, dwFlags, pValue);
@@ -358,6 +385,7 @@ HRESULT CMimeMessage::SetBodyProp(HBODY hBody, LPCSTR pszName, DWORD dwFlags, LP
 }
 
 HRESULT CMimeMessage::DeleteBodyProp(HBODY hBody, LPCSTR pszName) {
+    if (HRESULT hrReady = Ready(); FAILED(hrReady)) return hrReady;
     MimeHeaderScope scope{};
     HRESULT hr = ResolveBody(hBody, true, &scope, nullptr);
     if (SUCCEEDED(hr)) hr = MimeDeleteHeaderProp(scope, pszName);
@@ -376,9 +404,13 @@ HRESULT CMimeMessage::SetProp(LPCSTR pszName, DWORD dwFlags, LPCPROPVARIANT pVal
 HRESULT CMimeMessage::DeleteProp(LPCSTR pszName) { return DeleteBodyProp(HBODY_ROOT, pszName); }
 
 HRESULT CMimeMessage::GetTextBody(DWORD dwTxtType, ENCODINGTYPE, IStream **ppStream, LPHBODY phBody) {
+    if (HRESULT hrReady = Ready(); FAILED(hrReady)) return hrReady;
     if (ppStream) *ppStream = nullptr;
     if (phBody) *phBody = 0;
     if (dwTxtType != TXT_PLAIN && dwTxtType != TXT_HTML) return MIME_E_INVALID_TEXT_TYPE;
+    std::string_view svPlain;
+    if (dwTxtType == TXT_PLAIN && !phBody && PlainBodyAsIs(&svPlain)) // a handle needs the tree
+        return ppStream ? MimeCreateByteStream(std::string(svPlain), ppStream) : S_OK;
     GMimeObject *pPart = MimeFindTextBody(TopPart(), dwTxtType == TXT_HTML);
     if (!pPart) return MIME_E_NOT_FOUND;
     if (ppStream) {
@@ -389,7 +421,60 @@ HRESULT CMimeMessage::GetTextBody(DWORD dwTxtType, ENCODINGTYPE, IStream **ppStr
     return S_OK;
 }
 
+namespace {
+
+std::string_view Trimmed(std::string_view sv) {
+    while (!sv.empty() && g_ascii_isspace(sv.front())) sv.remove_prefix(1);
+    while (!sv.empty() && g_ascii_isspace(sv.back())) sv.remove_suffix(1);
+    return sv;
+}
+
+bool IsOneOf(std::string_view sv, std::initializer_list<const char *> rgNames) {
+    for (const char *pszName : rgNames)
+        if (MimeEqualNoCase(sv, pszName)) return true;
+    return false;
+}
+
+size_t CountFields(const CMimeHeaderIndex &index, std::string_view svName) {
+    size_t n = 0;
+    for (const CMimeHeaderIndex::Field &field : index.Fields())
+        if (MimeEqualNoCase(field.svName, svName)) ++n;
+    return n;
+}
+
+} // namespace
+
+bool CMimeMessage::PlainBodyAsIs(std::string_view *psvBody) {
+    // Only an unparsed, unedited message of one text/plain part, whose body GMime would hand out byte for byte:
+    // no transfer encoding, text that is already UTF-8 and holds no NUL. Anything else goes through GMime.
+    if (m_pMessage || m_bDirty || !m_index.Valid() || m_index.Fields().empty()) return false;
+    if (m_nPlainBodyAt == kNotAsked) m_nPlainBodyAt = FindPlainBodyAsIs();
+    if (m_nPlainBodyAt == std::string::npos) return false;
+    *psvBody = std::string_view(m_strSource).substr(m_nPlainBodyAt);
+    return true;
+}
+
+size_t CMimeMessage::FindPlainBodyAsIs() const {
+    constexpr size_t npos = std::string::npos;
+    if (CountFields(m_index, "Content-Type") != 1 || CountFields(m_index, "Content-Transfer-Encoding") > 1 ||
+        m_index.Find("Content-Disposition"))
+        return npos;
+    GPtr<GMimeContentType> pType(
+        g_mime_content_type_parse(MimeParserOptions(), std::string(m_index.Find("Content-Type")->svValue).c_str()));
+    if (!pType || !g_mime_content_type_is_type(pType.get(), "text", "plain")) return npos;
+    const char *pszCharset = g_mime_content_type_get_parameter(pType.get(), "charset");
+    if (pszCharset && !IsOneOf(pszCharset, {"utf-8", "utf8", "us-ascii"})) return npos;
+    if (const CMimeHeaderIndex::Field *pEncoding = m_index.Find("Content-Transfer-Encoding");
+        pEncoding && !IsOneOf(Trimmed(pEncoding->svValue), {"7bit", "8bit", "binary"}))
+        return npos;
+    size_t nBody = MimeHeaderBlockEnd(m_strSource);
+    std::string_view svBody = std::string_view(m_strSource).substr(nBody);
+    if (svBody.empty() || !g_utf8_validate(svBody.data(), static_cast<gssize>(svBody.size()), nullptr)) return npos;
+    return nBody;
+}
+
 HRESULT CMimeMessage::GetAttachments(ULONG *pcAttach, LPHBODY *pprghAttach) {
+    if (HRESULT hrReady = Ready(); FAILED(hrReady)) return hrReady;
     if (!pcAttach || !pprghAttach) return E_INVALIDARG;
     *pcAttach = 0;
     *pprghAttach = nullptr;
@@ -404,6 +489,7 @@ HRESULT CMimeMessage::GetAttachments(ULONG *pcAttach, LPHBODY *pprghAttach) {
 }
 
 HRESULT CMimeMessage::GetAddressFormat(DWORD dwAdrType, ADDRESSFORMAT format, LPSTR *ppszFormat) {
+    if (HRESULT hrReady = Ready(); FAILED(hrReady)) return hrReady;
     if (!ppszFormat) return E_INVALIDARG;
     *ppszFormat = nullptr;
     if (format > AFT_DISPLAY_BOTH) return E_INVALIDARG;
@@ -423,6 +509,15 @@ HRESULT MimeOleCreateMessage(IUnknown *pUnkOuter, IMimeMessage **ppMessage) {
     if (!pMessage) return E_OUTOFMEMORY;
     pMessage->InitNew();
     *ppMessage = pMessage;
+    return S_OK;
+}
+
+HRESULT MimeOpenMessageLater(std::function<HRESULT(std::string &)> fnRead, IMimeMessage **ppMessage) {
+    if (!ppMessage) return E_POINTER;
+    auto *pMessage = new (std::nothrow) CMimeMessage();
+    *ppMessage = pMessage;
+    if (!pMessage) return E_OUTOFMEMORY;
+    pMessage->LoadLater(std::move(fnRead));
     return S_OK;
 }
 

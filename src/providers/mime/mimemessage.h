@@ -6,7 +6,9 @@
 // whose bodies changed is written by GMime.
 #pragma once
 
+#include <functional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "platform/mimeole.h"
@@ -22,6 +24,9 @@ public:
 
     // Replaces the content with these bytes, unparsed.
     void LoadBytes(std::string strSource);
+    // Replaces the content with the bytes fnRead gives at the first call that needs them. A failed read fails
+    // that call with its code and is tried again at the next.
+    void LoadLater(std::function<HRESULT(std::string &)> fnRead);
 
     // IUnknown
     HRESULT QueryInterface(REFIID riid, void **ppv) override;
@@ -62,6 +67,8 @@ private:
     ~CMimeMessage() override;
 
     void Reset();
+    // Reads the bytes that LoadLater promised, if that is still to do.
+    HRESULT Ready();
     // The message whose headers are current: the parsed tree if there is one, else the header block alone.
     GMimeMessage *HeaderMessage();
     // The whole tree, parsed on first use.
@@ -69,6 +76,10 @@ private:
     // The top part of the tree, or null for a message without a body.
     GMimeObject *TopPart();
     HBODY HandleOf(GMimeObject *pPart);
+    // The plain body of a simple message straight from the source, where that is what GMime would give; false
+    // where only a parse can tell.
+    bool PlainBodyAsIs(std::string_view *psvBody);
+    size_t FindPlainBodyAsIs() const;
     // What Save writes.
     HRESULT Serialize(std::string &strOut);
     // Notes an edit: of the named header of the top body, or (scope without message) of the tree.
@@ -81,6 +92,7 @@ private:
     HRESULT AddAttachment(std::string strData, const char *pszContentType, const char *pszFileName,
                           LPHBODY phBody);
 
+    std::function<HRESULT(std::string &)> m_fnRead; // where the bytes come from, until they are read
     std::string m_strSource;             // the bytes last loaded or saved
     CMimeHeaderIndex m_index;            // the top header block of m_strSource while nothing was edited
     GMimeMessage *m_pHeaders = nullptr;  // the header block alone, until the tree is parsed
@@ -92,4 +104,7 @@ private:
     bool m_bTreeEdited = false; // bodies or their headers changed: GMime writes the whole message
     bool m_bHeaderless = false; // the source had no header block: all of it is the body
     bool m_bCrLf = false;
+    // Where the plain body starts in m_strSource if PlainBodyAsIs holds, npos if it does not, unset until asked.
+    static constexpr size_t kNotAsked = static_cast<size_t>(-2);
+    size_t m_nPlainBodyAt = kNotAsked;
 };

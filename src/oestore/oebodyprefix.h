@@ -1,0 +1,47 @@
+// The first block of every body opened as a stream during one connection, by message and tag. Comparing two bodies
+// reads them block by block and mostly ends in the first block, so a stream that serves the first block from here needs
+// neither message's file; only a read past it reads the message. A message's bytes never change under its id (a save
+// makes a new message), so an entry holds while the connection lasts; items edited in memory neither use nor feed it.
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <unordered_map>
+
+#include "platform/com.h"
+#include "platform/mimeole.h"
+#include "platform/msgstore.h"
+
+class COEBodyPrefixes {
+public:
+    static constexpr ULONG kPrefix = 256;          // the block a comparison reads at once
+    static constexpr size_t kMaxEntries = 1 << 18; // about 80 MB; bodies beyond are read from their messages
+
+    // A stream over the body of (dwFolderId, dwMessageId, nTag) as first opened: its first block from here, the rest
+    // from pMessage's text body of type dwTxtType when a read or a write goes past it. False if nothing is known of
+    // that body.
+    bool Open(STOREFOLDERID dwFolderId, MESSAGEID dwMessageId, ULONG nTag, IMimeMessage *pMessage,
+              IStream **ppStream) const;
+    // Notes the first block and the size of a body stream just opened at position 0, and puts it back there.
+    void Learn(STOREFOLDERID dwFolderId, MESSAGEID dwMessageId, ULONG nTag, DWORD dwTxtType, IStream *pStream);
+    void Clear() { m_Entries.clear(); }
+    size_t Count() const { return m_Entries.size(); }
+
+private:
+    struct Entry {
+        std::string strPrefix; // at most kPrefix bytes
+        uint64_t cbSize;       // of the whole body
+        DWORD dwTxtType;
+    };
+    struct KeyHash {
+        size_t operator()(const std::pair<uint64_t, ULONG> &key) const {
+            return std::hash<uint64_t>()(key.first * 31 + key.second);
+        }
+    };
+    static std::pair<uint64_t, ULONG> Key(STOREFOLDERID dwFolderId, MESSAGEID dwMessageId, ULONG nTag) {
+        return {(static_cast<uint64_t>(dwFolderId) << 32) | dwMessageId, nTag};
+    }
+
+    std::unordered_map<std::pair<uint64_t, ULONG>, Entry, KeyHash> m_Entries;
+};
