@@ -132,3 +132,11 @@ HRESULT CFileLock::Read(std::string &strText) const {
     if (m_fd < 0) return E_FAIL;
     return ReadFd(m_fd, strText);
 }
+
+void ReadAhead(const std::string &strPath) {
+    int fd = open(strPath.c_str(), O_RDONLY | O_CLOEXEC | O_NOATIME);
+    if (fd < 0 && errno == EPERM) fd = open(strPath.c_str(), O_RDONLY | O_CLOEXEC); // O_NOATIME needs the owner
+    if (fd < 0) return;
+    posix_fadvise(fd, 0, 0, POSIX_FADV_WILLNEED);
+    close(fd);
+}

@@ -22,6 +22,9 @@ HRESULT SyncDirectory(const std::string &strDir);
 HRESULT MakeDirectory(const std::string &strDir);
 
 bool IsDirectory(const std::string &strPath);
+// Asks the kernel to start reading the whole file into the page cache, without waiting for it; failures are
+// ignored (it is only a hint).
+void ReadAhead(const std::string &strPath);
 
 inline constexpr HRESULT STG_E_FILEALREADYEXISTS = static_cast<HRESULT>(0x80030050);
 

@@ -1,6 +1,8 @@
 #include "providers/maildir/storefolder.h"
 
+#include <algorithm>
 #include <cerrno>
+#include <chrono>
 #include <set>
 #include <unistd.h>
 
@@ -19,7 +21,14 @@ struct MessageEnum {
     MessageView view;
     size_t nPos;
     DWORD dwMsgFlags;
+    bool bCold = false; // a header read had to wait for the disk: the files ahead are asked for in advance
+    size_t nAhead = 0;  // the files before this position were asked for
 };
+
+// A header read that took this long came from the disk, not from the page cache.
+constexpr auto kColdRead = std::chrono::microseconds(300);
+// How many files ahead of the listing the disk is kept busy with, once it had to be waited for.
+constexpr size_t kReadAhead = 64;
 
 HRESULT CopyStream(IStream *pFrom, IStream *pTo) {
     LARGE_INTEGER zero{0};
@@ -132,20 +141,30 @@ HRESULT CStoreFolder::GetFirstMessage(DWORD dwFlags, DWORD dwMsgFlags, MESSAGEID
 HRESULT CStoreFolder::GetNextMessage(HENUMSTORE hEnum, DWORD dwFlags, MESSAGEPROPS *pProps) {
     if (!hEnum || !pProps) return E_POINTER;
     MessageEnum *pEnum = reinterpret_cast<MessageEnum *>(hEnum);
+    bool bFile = !(dwFlags & MSGPROPS_FAST);
     while (pEnum->nPos < pEnum->view->size()) {
+        if (bFile && pEnum->bCold) ReadAheadOf(pEnum->view, pEnum->nPos, &pEnum->nAhead);
         const IndexedMessage &listed = (*pEnum->view)[pEnum->nPos++];
+        auto tStart = std::chrono::steady_clock::now();
         HRESULT hr = WithMessage(
             listed.id,
             [&](const IndexedMessage &msg, const std::string &) {
                 if (pEnum->dwMsgFlags && (msg.dwState & pEnum->dwMsgFlags) != pEnum->dwMsgFlags) return S_FALSE;
                 return FillProps(msg, dwFlags, pProps);
             },
-            !(dwFlags & MSGPROPS_FAST));
+            bFile);
+        if (bFile && !pEnum->bCold) pEnum->bCold = std::chrono::steady_clock::now() - tStart > kColdRead;
         if (hr == S_OK) return S_OK;
         if (hr == S_FALSE || hr == STG_E_FILENOTFOUND) continue; // filtered out, or gone since the listing
         return hr;
     }
     return S_FALSE;
+}
+
+void CStoreFolder::ReadAheadOf(const MessageView &view, size_t nPos, size_t *pnAhead) {
+    size_t nEnd = std::min(view->size(), nPos + kReadAhead);
+    for (size_t i = std::max(*pnAhead, nPos); i < nEnd; i++) ReadAhead(m_index.PathOf((*view)[i]));
+    *pnAhead = std::max(*pnAhead, nEnd);
 }
 
 HRESULT CStoreFolder::GetMessageClose(HENUMSTORE hEnum) {

@@ -47,6 +47,8 @@ private:
     HRESULT WithMessage(MESSAGEID id, const std::function<HRESULT(const IndexedMessage &, const std::string &)> &fnUse,
                         bool bFile = true);
     HRESULT FillProps(const IndexedMessage &msg, DWORD dwFlags, MESSAGEPROPS *pProps);
+    // Asks for the files of the listing from nPos on, up to a window ahead, that were not asked for yet.
+    void ReadAheadOf(const MessageView &view, size_t nPos, size_t *pnAhead);
     // Gives the files now in this folder under the unique names of extras their extra state bits.
     HRESULT SetExtraStates(const std::map<std::string, DWORD> &extras);
 
