@@ -13,11 +13,19 @@ constexpr const char *kBuildLabel = "CDuplicateSearch::Build";
 // Works from the per-property indexes alone: no item is compared and the store isn't touched. E holds the
 // candidates that matched on some property and differed on none so far (pItem among them); M the items that
 // were empty wherever pItem had a value so far, so that they are neither in nor out yet.
+//
+// A property's EmptyItems is only ever read here, never copied: a copy per property and Add made every Add
+// linear in the number of items that lack a value. M starts as a view of the first such set. E and M never share
+// an item (E grows only from E and from what leaves M), so an item of M is in EmptyItems exactly when it is in
+// what is left of it after E has taken its share.
 std::unique_ptr<ItemSet> CDuplicateSearch::FindDuplicates(SearchItem *pItem)
 {
-    std::unique_ptr<ItemSet> pE, pM;
+    std::unique_ptr<ItemSet> pE;
+    const ItemSet *pM = nullptr; // the first EmptyItems, or mOwn
+    ItemSet mOwn;
     for (SearchProp *pSearchProp : m_SearchProps) {
-        bool bEmpty = pSearchProp->EmptyItems.count(pItem) != 0;
+        const ItemSet &empty = pSearchProp->EmptyItems;
+        bool bEmpty = empty.count(pItem) != 0;
         bool bFiled = pSearchProp->Tree.FindNode(pItem) != nullptr;
         if (bEmpty == bFiled)
             g_Log.Error(kFindLabel, 0, "IsPropEmpty == IsPropNotEmpty, for pItem(%s), Prop(%S)\n",
@@ -27,34 +35,37 @@ std::unique_ptr<ItemSet> CDuplicateSearch::FindDuplicates(SearchItem *pItem)
 
         auto pQ = std::make_unique<ItemSet>();
         pSearchProp->Tree.GetEquals(pItem, *pQ);
-        auto pZ = std::make_unique<ItemSet>(pSearchProp->EmptyItems);
         if (!pE) {
             pE = std::move(pQ);
-            pM = std::move(pZ);
+            pM = &empty;
             continue;
         }
 
         auto pE2 = std::make_unique<ItemSet>();
-        auto pM2 = std::make_unique<ItemSet>();
         for (auto &entry : *pE) {
             SearchItem *k = entry.first;
-            if (pQ->erase(k) || pZ->erase(k))
+            if (pQ->erase(k) || empty.count(k))
                 pE2->emplace(k, k);
             // else k's value differs here: it drops out
         }
         for (auto &entry : *pQ) {
             // Empty so far and matching here for the first time; one not in M differed earlier.
             SearchItem *k = entry.first;
-            if (pM->erase(k))
+            if (pM->count(k))
                 pE2->emplace(k, k);
         }
-        for (auto &entry : *pM) {
+        // What stays undecided: empty so far and empty here too. Those that matched here went to E above and are
+        // in no EmptyItems of this property, so the intersection leaves them out by itself.
+        ItemSet m2;
+        const bool bWalkM = pM->size() <= empty.size();
+        for (auto &entry : bWalkM ? *pM : empty) {
             SearchItem *k = entry.first;
-            if (pZ->count(k))
-                pM2->emplace(k, k);
+            if ((bWalkM ? empty : *pM).count(k))
+                m2.emplace_hint(m2.end(), k, k);
         }
+        mOwn = std::move(m2);
+        pM = &mOwn;
         pE = std::move(pE2);
-        pM = std::move(pM2);
         if (pE->size() <= 1 && pM->empty())
             break; // nobody is left who could still match
     }
