@@ -138,33 +138,18 @@ private:
     std::vector<std::unique_ptr<ModelNode>> m_Owned;
 };
 
-// The shape as text: each node's elements, its subtrees in brackets; parent links are checked on the way.
-std::string Shape(const Node *pNode, const Node *pParent, bool &bParentsOk)
+// Same shape, same parent links, same elements in every node.
+bool SameTree(const Node *pNode, const Node *pParent, const CModelTree::ModelNode *pModel)
 {
-    if (!pNode)
-        return "-";
-    bParentsOk = bParentsOk && pNode->m_pParent == pParent;
-    std::string str = "(";
-    for (intptr_t n : pNode->m_Items)
-        str += std::to_string(n) + ",";
-    return str + Shape(pNode->m_pLeft, pNode, bParentsOk) + Shape(pNode->m_pRight, pNode, bParentsOk) + ")";
-}
-
-std::string Shape(const CModelTree::ModelNode *pNode)
-{
-    if (!pNode)
-        return "-";
-    std::string str = "(";
-    for (intptr_t n : pNode->items)
-        str += std::to_string(n) + ",";
-    return str + Shape(pNode->pLeft) + Shape(pNode->pRight) + ")";
+    if (!pNode || !pModel)
+        return !pNode && !pModel;
+    return pNode->m_pParent == pParent && pNode->m_Items == pModel->items &&
+           SameTree(pNode->m_pLeft, pNode, pModel->pLeft) && SameTree(pNode->m_pRight, pNode, pModel->pRight);
 }
 
 void ExpectSame(const Tree &tree, const CModelTree &model, const std::string &strWhen)
 {
-    bool bParentsOk = true;
-    ASSERT_EQ(Shape(tree.Root(), nullptr, bParentsOk), Shape(model.Root())) << strWhen;
-    ASSERT_TRUE(bParentsOk) << strWhen;
+    ASSERT_TRUE(SameTree(tree.Root(), nullptr, model.Root())) << strWhen;
     ASSERT_EQ(tree.Rebuilds(), model.m_nRebuilds) << strWhen;
     ASSERT_EQ(tree.Comparisons(), model.m_nComparisons) << strWhen;
     ASSERT_EQ(tree.LastDepth(), model.m_nLastDepth) << strWhen;
