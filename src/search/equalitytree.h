@@ -8,10 +8,12 @@
 // an element is ordered by its numeric value.
 #pragma once
 
+#include <algorithm>
 #include <cmath>
 #include <cstdint>
 #include <map>
 #include <type_traits>
+#include <unordered_map>
 #include <utility>
 #include <vector>
 
@@ -173,7 +175,8 @@ public:
                 m_ItemNodes.erase(item);
             nodes.erase(nodes.begin() + static_cast<std::ptrdiff_t>(nPos));
             delete pNode;
-            m_pRoot = BuildBalanced(nodes, 0, static_cast<int32_t>(nodes.size()) - 1, nullptr);
+            m_Balanced = std::move(nodes);
+            m_pRoot = BuildBalanced(m_Balanced, 0, static_cast<int32_t>(m_Balanced.size()) - 1, nullptr);
             ResetAfterRebuild();
             return;
         }
@@ -199,18 +202,20 @@ public:
     size_t Size() const { return m_ItemNodes.size(); } // elements in the tree now
 
 private:
-    static Node *NewNode(T element, Node *pParent)
+    Node *NewNode(T element, Node *pParent)
     {
         Node *pNode = new Node(pParent);
         pNode->m_Items.push_back(element);
+        m_Fresh.push_back(pNode);
         return pNode;
     }
 
     // In-order walk without recursion: before the first rebuild a tree fed sorted input is a list.
-    template <typename Visit> void Walk(bool bReverse, Visit visit) const
+    template <typename Visit> void Walk(bool bReverse, Visit visit) const { WalkFrom(m_pRoot, bReverse, visit); }
+
+    template <typename Visit> static void WalkFrom(Node *pNode, bool bReverse, Visit visit)
     {
         std::vector<Node *> stack;
-        Node *pNode = m_pRoot;
         while (pNode || !stack.empty()) {
             while (pNode) {
                 stack.push_back(pNode);
@@ -236,14 +241,74 @@ private:
         return m_dEfficiencyMean < 85.0;
     }
 
+    // BuildBalanced sets both child links of every node, so the links need no clearing first.
     void Rebalance()
     {
-        std::vector<Node *> nodes;
-        GetNodes(nodes);
-        for (Node *pNode : nodes)
-            pNode->m_pLeft = pNode->m_pRight = nullptr;
-        m_pRoot = BuildBalanced(nodes, 0, static_cast<int32_t>(nodes.size()) - 1, nullptr);
+        AbsorbFresh();
+        m_pRoot = BuildBalanced(m_Balanced, 0, static_cast<int32_t>(m_Balanced.size()) - 1, nullptr);
         ResetAfterRebuild();
+    }
+
+    // Brings m_Balanced to all nodes in ascending order without walking the whole tree: input that arrives
+    // sorted rebuilds every few inserts, and a walk chases a pointer per node, one cache miss after the other.
+    // Since the last rebuild the tree is the balanced tree over m_Balanced with the fresh nodes hanging from its
+    // empty child slots in small subtrees. Each such subtree fills the gap beside its old parent, whose place
+    // follows from the turns of the path down to it, replayed on the index ranges that BuildBalanced used. The
+    // merge runs from the back, so only the nodes behind the first gap move.
+    void AbsorbFresh()
+    {
+        if (m_Balanced.empty()) {
+            GetNodes(m_Balanced);
+            return;
+        }
+        std::vector<Node *> fresh(m_Fresh);
+        std::sort(fresh.begin(), fresh.end());
+        std::vector<std::pair<size_t, Node *>> gaps; // (nodes of m_Balanced before the subtree, its root)
+        for (Node *pNode : m_Fresh)
+            if (!std::binary_search(fresh.begin(), fresh.end(), pNode->m_pParent))
+                gaps.emplace_back(GapOf(pNode), pNode);
+        std::sort(gaps.begin(), gaps.end());
+
+        std::vector<Node *> added;  // the subtrees' nodes, gap after gap, each in ascending order
+        std::vector<size_t> ends;   // where each subtree's nodes end in added
+        for (auto &gap : gaps) {
+            WalkFrom(gap.second, false, [&added](Node *pNode) { added.push_back(pNode); });
+            ends.push_back(added.size());
+        }
+        size_t nOld = m_Balanced.size();
+        m_Balanced.resize(nOld + added.size());
+        auto at = [](std::vector<Node *> &nodes, size_t n) { return nodes.begin() + static_cast<std::ptrdiff_t>(n); };
+        size_t nSrcEnd = nOld, nDst = m_Balanced.size();
+        for (size_t g = gaps.size(); g-- > 0;) {
+            size_t nGap = gaps[g].first, nBegin = g ? ends[g - 1] : 0;
+            std::move_backward(at(m_Balanced, nGap), at(m_Balanced, nSrcEnd), at(m_Balanced, nDst));
+            nDst -= nSrcEnd - nGap;
+            nSrcEnd = nGap;
+            std::copy_backward(at(added, nBegin), at(added, ends[g]), at(m_Balanced, nDst));
+            nDst -= ends[g] - nBegin;
+        }
+    }
+
+    // How many nodes of m_Balanced come before a fresh subtree whose parent is an old node. The path from the
+    // root down to that parent runs through old nodes only, so it is at most as long as the balanced tree is deep.
+    size_t GapOf(Node *pRoot) const
+    {
+        uint64_t nTurns = 0; // bit i: the path went right i steps above pRoot
+        int nSteps = 0;
+        Node *pChild = pRoot;
+        for (Node *pNode = pRoot->m_pParent; pNode; pChild = pNode, pNode = pNode->m_pParent, nSteps++)
+            if (pNode->m_pRight == pChild)
+                nTurns |= uint64_t{1} << nSteps;
+        int32_t lo = 0, hi = static_cast<int32_t>(m_Balanced.size()) - 1;
+        for (int i = nSteps - 1; i >= 1; i--) {
+            int32_t mid = (lo + hi) / 2;
+            if (nTurns >> i & 1)
+                lo = mid + 1;
+            else
+                hi = mid - 1;
+        }
+        int32_t nParent = (lo + hi) / 2;
+        return static_cast<size_t>((nTurns & 1) ? nParent + 1 : nParent);
     }
 
     // Order and node contents stay as they are, so nodes handed out earlier remain valid.
@@ -261,6 +326,7 @@ private:
 
     void ResetAfterRebuild()
     {
+        m_Fresh.clear();
         m_nRebuilds++;
         m_dEfficiency = m_dEfficiencySum = m_dEfficiencyMean = 100.0;
         m_nSamples = 1;
@@ -270,11 +336,15 @@ private:
     int32_t m_nDistinct = 0;
     int32_t m_nItems = 0;
     int32_t m_nComparisons = 0;
-    std::map<T, Node *> m_ItemNodes;
+    // Answers FindNode without a comparison. Hashed rather than ordered: nothing walks it in order, and a lookup
+    // in an ordered map of a large tree is a chain of cache misses on every Add.
+    std::unordered_map<T, Node *> m_ItemNodes;
     int32_t m_nLastDepth = 0;
     int32_t m_nRebuilds = 0;
     double m_dEfficiency = 0.0;
     int32_t m_nSamples = 0;
     double m_dEfficiencySum = 0.0;
     double m_dEfficiencyMean = 0.0;
+    std::vector<Node *> m_Balanced; // the nodes in ascending order as of the last rebuild
+    std::vector<Node *> m_Fresh;    // nodes made since the last rebuild, in order of creation
 };

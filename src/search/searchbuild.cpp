@@ -12,49 +12,69 @@ constexpr const char *kBuildLabel = "CDuplicateSearch::Build";
 
 // Works from the per-property indexes alone: no item is compared and the store isn't touched. E holds the
 // candidates that matched on some property and differed on none so far (pItem among them); M the items that
-// were empty wherever pItem had a value so far, so that they are neither in nor out yet.
+// were empty wherever pItem had a value so far, so that they are neither in nor out yet. Q, the items that share
+// pItem's node, and Z, the items empty in this property, are only ever read.
+//
+// Neither Q nor Z is copied: copying the property's EmptyItems, and pItem's node of a common subject, made every
+// Add grow with the number of items before it. Membership in Q is a question to the tree (is k's node pItem's
+// node?), M starts as a view of the first EmptyItems, and intersections walk the smaller side. E and M never
+// share an item (E grows only from E and from what leaves M), so what the step-by-step removals from Q, Z and M
+// would leave is exactly what these reads give.
 std::unique_ptr<ItemSet> CDuplicateSearch::FindDuplicates(SearchItem *pItem)
 {
-    std::unique_ptr<ItemSet> pE, pM;
+    std::unique_ptr<ItemSet> pE;
+    const ItemSet *pM = nullptr; // the first EmptyItems, or mOwn
+    ItemSet mOwn;
     for (SearchProp *pSearchProp : m_SearchProps) {
-        bool bEmpty = pSearchProp->EmptyItems.count(pItem) != 0;
-        bool bFiled = pSearchProp->Tree.FindNode(pItem) != nullptr;
-        if (bEmpty == bFiled)
+        const SearchTree &tree = pSearchProp->Tree;
+        const ItemSet &empty = pSearchProp->EmptyItems;
+        bool bEmpty = empty.count(pItem) != 0;
+        SearchTree::Node *pNode = tree.FindNode(pItem);
+        if (bEmpty == (pNode != nullptr))
             g_Log.Error(kFindLabel, 0, "IsPropEmpty == IsPropNotEmpty, for pItem(%s), Prop(%S)\n",
                         pItem->ItemID.c_str(), pSearchProp->pProp->Key);
         if (bEmpty)
             continue;
 
-        auto pQ = std::make_unique<ItemSet>();
-        pSearchProp->Tree.GetEquals(pItem, *pQ);
-        auto pZ = std::make_unique<ItemSet>(pSearchProp->EmptyItems);
+        // Q: pItem's node, or nothing when an aborted insert left pItem out of the tree.
+        auto inQ = [&tree, pNode](SearchItem *k) { return pNode && tree.FindNode(k) == pNode; };
         if (!pE) {
-            pE = std::move(pQ);
-            pM = std::move(pZ);
+            pE = std::make_unique<ItemSet>();
+            if (pNode)
+                for (SearchItem *k : pNode->m_Items)
+                    pE->emplace(k, k);
+            pM = &empty;
             continue;
         }
 
         auto pE2 = std::make_unique<ItemSet>();
-        auto pM2 = std::make_unique<ItemSet>();
         for (auto &entry : *pE) {
             SearchItem *k = entry.first;
-            if (pQ->erase(k) || pZ->erase(k))
+            if (inQ(k) || empty.count(k))
                 pE2->emplace(k, k);
             // else k's value differs here: it drops out
         }
-        for (auto &entry : *pQ) {
-            // Empty so far and matching here for the first time; one not in M differed earlier.
-            SearchItem *k = entry.first;
-            if (pM->erase(k))
-                pE2->emplace(k, k);
+        // Empty so far and matching here for the first time; an item of Q not in M differed earlier.
+        if (pNode && pNode->m_Items.size() <= pM->size()) {
+            for (SearchItem *k : pNode->m_Items)
+                if (pM->count(k))
+                    pE2->emplace(k, k);
+        } else if (pNode) {
+            for (auto &entry : *pM)
+                if (inQ(entry.first))
+                    pE2->emplace(entry.first, entry.first);
         }
-        for (auto &entry : *pM) {
+        // What stays undecided: empty so far and empty here too.
+        ItemSet m2;
+        const bool bWalkM = pM->size() <= empty.size();
+        for (auto &entry : bWalkM ? *pM : empty) {
             SearchItem *k = entry.first;
-            if (pZ->count(k))
-                pM2->emplace(k, k);
+            if ((bWalkM ? empty : *pM).count(k))
+                m2.emplace_hint(m2.end(), k, k);
         }
+        mOwn = std::move(m2);
+        pM = &mOwn;
         pE = std::move(pE2);
-        pM = std::move(pM2);
         if (pE->size() <= 1 && pM->empty())
             break; // nobody is left who could still match
     }

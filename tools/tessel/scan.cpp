@@ -1,7 +1,6 @@
 #include "scan.h"
 
-#include <unordered_map>
-
+#include "itemrows.h"
 #include "progress.h"
 
 namespace {
@@ -75,10 +74,21 @@ bool RunScan(CSession &session, const ScanRequest &request, ScanResult &result, 
     // Contact groups (distribution lists) are no contacts to compare: the address book's search opens contacts only.
     ListFilter filter;
     if (session.Api() == API_WAB) filter.nObjectType = MAPI_MAILUSER;
-    std::vector<ItemInfo> items;
+    // Listed folder by folder into packed rows: every item is kept until the groups are known.
+    CItemRows rows;
+    size_t nExpected = 0;
     for (const FolderInfo &folder : result.folders)
-        if (!ListItems(session, folder, filter, items, strError)) return false;
-    result.nItems = items.size();
+        if (folder.nItems > 0) nExpected += static_cast<size_t>(folder.nItems);
+    rows.Reserve(nExpected);
+    std::vector<ItemInfo> listed;
+    for (uint32_t f = 0; f < result.folders.size(); ++f) {
+        listed.clear();
+        if (!ListItems(session, result.folders[f], filter, listed, strError)) return false;
+        for (const ItemInfo &item : listed) rows.Append(item, f);
+    }
+    listed = std::vector<ItemInfo>();
+    rows.Index();
+    result.nItems = rows.Size();
 
     PropList list = request.pProps->List();
     const OriginalDefinition od = request.pKeep->Definition();
@@ -88,25 +98,22 @@ bool RunScan(CSession &session, const ScanRequest &request, ScanResult &result, 
         return false;
     }
 
-    std::unordered_map<std::string, size_t> byEntry;
-    byEntry.reserve(items.size());
     CProgress progress(request.bProgress);
     const std::string strWhat = std::string("scanning ") + session.Kind().pszItems;
     std::string strGroups;
     size_t nLastBuild = 0;
-    for (size_t i = 0; i < items.size(); ++i) {
-        const ItemInfo &item = items[i];
-        byEntry.emplace(item.strEntry, i);
-        if (!Search_Add(pSearch, item.strEntry.c_str(), item.strFolderEntry.c_str(), nullptr, 0)) {
+    for (size_t i = 0; i < rows.Size(); ++i) {
+        const char *pszEntry = rows.Entry(i);
+        if (!Search_Add(pSearch, pszEntry, result.folders[rows.Folder(i)].strEntry.c_str(), nullptr, 0)) {
             ++result.nRefused;
-            result.refusedEntries.push_back(item.strEntry);
+            result.refusedEntries.push_back(pszEntry);
         }
         if (progress.Due()) {
             if (strGroups.empty() || i + 1 - nLastBuild >= kInterimBuildEvery) {
                 strGroups = GroupsSoFar(pSearch);
                 nLastBuild = i + 1;
             }
-            progress.Show(strWhat, i + 1, items.size(), strGroups);
+            progress.Show(strWhat, i + 1, rows.Size(), strGroups);
         }
     }
     progress.Finish();
@@ -119,9 +126,9 @@ bool RunScan(CSession &session, const ScanRequest &request, ScanResult &result, 
         const int32_t nDuplicates = Search_GetDuplicateCount(pSearch, g);
         for (int32_t d = -1; d < nDuplicates; ++d) {
             if (!ReadMember(pSearch, g, d, strEntry, strFolder)) continue;
-            auto found = byEntry.find(strEntry);
+            const size_t nRow = rows.Find(strEntry);
             ItemInfo member;
-            if (found != byEntry.end()) member = items[found->second];
+            if (nRow < rows.Size()) member = rows.Row(nRow, result.folders);
             else member.strEntry = strEntry, member.strFolderEntry = strFolder;
             if (d < 0) group.original = std::move(member);
             else group.duplicates.push_back(std::move(member));
