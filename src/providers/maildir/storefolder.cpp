@@ -2,8 +2,8 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <chrono>
 #include <set>
+#include <sys/resource.h>
 #include <unistd.h>
 
 #include "log/log.h"
@@ -21,14 +21,24 @@ struct MessageEnum {
     MessageView view;
     size_t nPos;
     DWORD dwMsgFlags;
-    bool bCold = false; // a header read had to wait for the disk: the files ahead are asked for in advance
-    size_t nAhead = 0;  // the files before this position were asked for
+    bool bCold = false;     // header reads came from the disk: the files ahead are asked for in advance
+    size_t nAhead = 0;      // the files before this position were asked for
+    long nInBlocks = -1;    // this thread's reads from the disk so far, as last looked at
 };
 
-// A header read that took this long came from the disk, not from the page cache.
-constexpr auto kColdRead = std::chrono::microseconds(300);
-// How many files ahead of the listing the disk is kept busy with, once it had to be waited for.
+// How often a listing looks whether its header reads come from the disk rather than from the page cache.
+constexpr size_t kColdCheck = 16;
+// How many files ahead of the listing the disk is kept busy with, once it had to be read.
 constexpr size_t kReadAhead = 64;
+
+// True once this thread has read from the disk since the last call; the first call only takes the count.
+bool ReadFromDisk(long *pnInBlocks) {
+    struct rusage usage {};
+    if (getrusage(RUSAGE_THREAD, &usage) != 0) return false;
+    bool bRead = *pnInBlocks >= 0 && usage.ru_inblock > *pnInBlocks;
+    *pnInBlocks = usage.ru_inblock;
+    return bRead;
+}
 
 HRESULT CopyStream(IStream *pFrom, IStream *pTo) {
     LARGE_INTEGER zero{0};
@@ -143,9 +153,9 @@ HRESULT CStoreFolder::GetNextMessage(HENUMSTORE hEnum, DWORD dwFlags, MESSAGEPRO
     MessageEnum *pEnum = reinterpret_cast<MessageEnum *>(hEnum);
     bool bFile = !(dwFlags & MSGPROPS_FAST);
     while (pEnum->nPos < pEnum->view->size()) {
+        if (bFile && !pEnum->bCold && pEnum->nPos % kColdCheck == 0) pEnum->bCold = ReadFromDisk(&pEnum->nInBlocks);
         if (bFile && pEnum->bCold) ReadAheadOf(pEnum->view, pEnum->nPos, &pEnum->nAhead);
         const IndexedMessage &listed = (*pEnum->view)[pEnum->nPos++];
-        auto tStart = std::chrono::steady_clock::now();
         HRESULT hr = WithMessage(
             listed.id,
             [&](const IndexedMessage &msg, const std::string &) {
@@ -153,7 +163,6 @@ HRESULT CStoreFolder::GetNextMessage(HENUMSTORE hEnum, DWORD dwFlags, MESSAGEPRO
                 return FillProps(msg, dwFlags, pProps);
             },
             bFile);
-        if (bFile && !pEnum->bCold) pEnum->bCold = std::chrono::steady_clock::now() - tStart > kColdRead;
         if (hr == S_OK) return S_OK;
         if (hr == S_FALSE || hr == STG_E_FILENOTFOUND) continue; // filtered out, or gone since the listing
         return hr;
