@@ -66,10 +66,14 @@ void CFolderIndex::BuildView(CUidList &list) {
         const UidEntry &e = entries[m_index[i]];
         DWORD dwState = (StateFromFlags(SplitMaildirName(m_files[i].strName).svFlags) & kNameStateBits) |
                         (e.dwExtra & ~kNameStateBits);
-        view->push_back(IndexedMessage{e.id, dwState, m_files[i]});
+        view->push_back(IndexedMessage{e.id, dwState, std::move(m_files[i])});
     }
     std::sort(view->begin(), view->end(), [](const IndexedMessage &a, const IndexedMessage &b) { return a.id < b.id; });
     m_view = std::move(view);
+    // The file list only served this reading; the view holds the names now. Kept, it would be a second copy of
+    // every name for as long as the folder is open.
+    std::vector<MessageFile>().swap(m_files);
+    std::vector<size_t>().swap(m_index);
 }
 
 CFolderIndex::FolderSig CFolderIndex::TakeSig() const {

@@ -58,8 +58,8 @@ private:
     void BuildView(CUidList &list);
 
     std::string m_strDir;
-    std::vector<MessageFile> m_files;
-    std::vector<size_t> m_index; // m_index[i]: entry of m_files[i]
+    std::vector<MessageFile> m_files; // the files of the reading in progress; emptied once the view is built
+    std::vector<size_t> m_index;      // m_index[i]: entry of m_files[i]
     MessageView m_view = std::make_shared<std::vector<IndexedMessage>>();
     FolderSig m_sig;           // what the view was read from
     bool m_bSigValid = false;  // m_sig can tell whether a new reading is needed
