@@ -17,8 +17,7 @@
 # default). Machines are noisy: only ratios taken in one run mean anything.
 #
 # What each line measures (STORE is $work/sN, generated with --seed 11 --collision-rate 0.01, or reused as it is
-# when the directory exists, with its STORE.truth.json and STORE.list.tsv; stores must be real directories, not
-# symbolic links, for doveadm-dedup.sh copies the path it is given):
+# when the directory exists, with its STORE.truth.json and STORE.list.tsv):
 #   groups ... ground truth   `tessel --store STORE mail scan --by message-id,subject,from,date --json`, summary
 #                             against the generator's content_groups / content_excess
 #   scan / header-floor light median wall time of that scan (without --json) over the median of
@@ -177,6 +176,6 @@ if [ "$million" = 1 ]; then
   gen "$store1m" 1000000 --max-body 2048
   check_groups "$store1m"
   read -r t rss < "$work/scan.time"
-  awk -v t="$t" -v r="$rss" -v r0="$rss0" 'BEGIN { printf "scanned in %.1f s (%.1f us per message), peak resident %d MiB, %d B per message above the start  (goal: under 1024 MiB)  %s\n", t, t, r / 1024, (r - r0) * 1024 / 1e6, r < 1048576 ? "ok" : "MISSED" }'
+  awk -v t="$t" -v r="$rss" -v r0="$rss0" 'BEGIN { printf "scanned in %.1f s (%.1f us per message), peak resident %d MiB, %d B per message above the start  (goal: under 1024 MiB)  %s\n", t, t, r / 1024, (r * 1024 - r0) / 1e6, r < 1048576 ? "ok" : "MISSED" }'
   [ "$made" = 0 ] || [ "$keep" = 1 ] || rm -rf "$store1m"
 fi
