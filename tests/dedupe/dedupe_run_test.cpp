@@ -10,7 +10,10 @@
 #include <fstream>
 #include <map>
 #include <random>
+#include <set>
 #include <sstream>
+
+#include <nlohmann/json.hpp>
 
 #include "support/paths.h"
 
@@ -18,24 +21,69 @@ namespace fs = std::filesystem;
 
 namespace {
 
-// Every file of a store but the tool's own id files, as "folder\tcontent" (content compared whole).
-std::multiset<std::string> Snapshot(const fs::path &root) {
+std::string ReadAll(const fs::path &path) {
+    std::ifstream in(path, std::ios::binary);
+    std::stringstream ss;
+    ss << in.rdbuf();
+    return ss.str();
+}
+
+// The folder a message file is in: its Maildir folder without cur/ or new/.
+fs::path FolderOf(const fs::path &file, const fs::path &root) {
+    fs::path folder = fs::relative(file.parent_path(), root);
+    if (folder.filename() == "cur" || folder.filename() == "new") folder = folder.parent_path();
+    return folder;
+}
+
+// Every file of a store but the tool's own id files, as "folder\tcontent" (content compared whole); with bFlags
+// also the Maildir flags of its name ("folder\tFS\tcontent").
+std::multiset<std::string> Snapshot(const fs::path &root, bool bFlags = false) {
     std::multiset<std::string> files;
     for (const auto &e : fs::recursive_directory_iterator(root)) {
         if (!e.is_regular_file()) continue;
         const std::string name = e.path().filename().string();
         if (name.rfind("tessel-", 0) == 0 || name.rfind(".tessel", 0) == 0 || name == ".keep") continue;
-        std::ifstream in(e.path(), std::ios::binary);
-        std::stringstream ss;
-        ss << in.rdbuf();
-        fs::path folder = fs::relative(e.path().parent_path(), root);
-        if (folder.filename() == "cur" || folder.filename() == "new") folder = folder.parent_path();
-        files.insert(folder.string() + "\t" + ss.str());
+        std::string key = FolderOf(e.path(), root).string() + "\t";
+        if (bFlags) {
+            const size_t nInfo = name.rfind(":2,");
+            key += (nInfo == std::string::npos ? std::string() : name.substr(nInfo + 3)) + "\t";
+        }
+        files.insert(key + ReadAll(e.path()));
     }
     return files;
 }
 
-int Tool(const std::string &args) { return std::system((std::string(TESSEL_CLI) + " " + args + " >/dev/null 2>&1").c_str()); }
+// Runs the tool and gives its exit code; its standard output goes to *pOut when asked for, else nowhere.
+int Tool(const std::string &args, std::string *pOut = nullptr) {
+    const std::string command = std::string(TESSEL_CLI) + " " + args + " 2>/dev/null";
+    FILE *pPipe = popen(command.c_str(), "r");
+    if (!pPipe) return -1;
+    std::string out;
+    char buffer[4096];
+    for (size_t n; (n = fread(buffer, 1, sizeof buffer, pPipe)) > 0;) out.append(buffer, n);
+    const int nStatus = pclose(pPipe);
+    if (pOut) *pOut = out;
+    return WIFEXITED(nStatus) ? WEXITSTATUS(nStatus) : -1;
+}
+
+size_t CountFlagged(const std::multiset<std::string> &files) {
+    size_t n = 0;
+    for (const std::string &file : files) {
+        const size_t nTab = file.find('\t');
+        if (file.find('F', nTab) < file.find('\t', nTab + 1)) ++n;
+    }
+    return n;
+}
+
+size_t Count(const std::string &text, const std::string &what) {
+    size_t n = 0;
+    for (size_t nPos = text.find(what); nPos != std::string::npos; nPos = text.find(what, nPos + 1)) ++n;
+    return n;
+}
+
+size_t CountLines(const std::string &text, const std::string &prefix) {
+    return Count("\n" + text, "\n" + prefix);
+}
 
 class DedupeRun : public ::testing::Test {
 protected:
@@ -68,6 +116,91 @@ TEST_F(DedupeRun, ContactsTrashThenUndoGivesBackTheSameCards) {
     EXPECT_LT(Snapshot(book).size(), before.size());
     ASSERT_EQ(Tool("undo"), 0);
     EXPECT_EQ(Snapshot(book), before);
+}
+
+TEST_F(DedupeRun, MailMarkFlagsTheDuplicatesAndUndoTakesTheFlagsOff) {
+    const fs::path store = Copy("mail");
+    const auto before = Snapshot(store, true);
+    const auto files = Snapshot(store);
+    std::string out;
+    ASSERT_EQ(Tool("--store " + store.string() + " mail dedupe --action mark --apply", &out), 0);
+    EXPECT_EQ(CountLines(out, "flagged: "), 8u) << out; // samples/mail: 7 groups, 8 duplicates
+    EXPECT_EQ(Snapshot(store), files); // the same files in the same folders, only flags differ
+    EXPECT_EQ(CountFlagged(Snapshot(store, true)), CountFlagged(before) + 8);
+    ASSERT_EQ(Tool("undo", &out), 0) << out;
+    EXPECT_NE(out.find("Undo: 8 restored"), std::string::npos) << out;
+    EXPECT_EQ(Snapshot(store, true), before);
+}
+
+TEST_F(DedupeRun, ContactsMarkPrefixesTheNamesAndUndoPutsThemBack) {
+    const fs::path book = Copy("contacts");
+    const auto before = Snapshot(book);
+    std::string out;
+    ASSERT_EQ(Tool("--book " + book.string() + " contacts dedupe --action mark --prefix 'DUP: ' --apply", &out), 0);
+    const auto marked = Snapshot(book);
+    ASSERT_EQ(marked.size(), before.size()); // no card is removed
+    size_t nMarked = 0;
+    for (const std::string &card : marked) nMarked += Count(card, "\nFN:DUP: ");
+    EXPECT_GT(nMarked, 0u);
+    EXPECT_EQ(nMarked, CountLines(out, "marked: ")) << out;
+    ASSERT_EQ(Tool("undo", &out), 0) << out;
+    EXPECT_EQ(Snapshot(book), before);
+}
+
+// A store made by the shared generator, whose truth file says which files are copies of one message: after the
+// dedupe exactly one file of each message is left outside Deleted Items, and the undo gives back every file.
+TEST_F(DedupeRun, GeneratedStoreKeepsOneMessageOfEachAndUndoGivesBackEveryFile) {
+    const fs::path generator = testsupport::SharedDir().empty()
+                                   ? fs::path()
+                                   : testsupport::SharedDir() / "bench" / "gen-maildir.py";
+    if (generator.empty() || !fs::exists(generator))
+        GTEST_SKIP() << "no bench/gen-maildir.py in the shared directory (../shared or TESSEL_SHARED_DIR)";
+    if (std::system("python3 -c '' >/dev/null 2>&1") != 0) GTEST_SKIP() << "no python3 to run the generator";
+    const fs::path store = m_tmp.path() / "generated", list = m_tmp.path() / "files.tsv",
+                   truthFile = m_tmp.path() / "truth.json";
+    // Small bodies and a few hundred files keep the test at a few seconds; the mix of copies stays the same.
+    ASSERT_EQ(std::system(("python3 " + generator.string() + " " + store.string() +
+                           " 400 --seed 11 --collision-rate 0.05 --min-body 200 --max-body 2000 --truth " +
+                           truthFile.string() + " --list " + list.string() + " >/dev/null")
+                              .c_str()),
+              0);
+    const auto truth = nlohmann::json::parse(ReadAll(truthFile));
+    ASSERT_GT(truth["content_groups"].get<int>(), 0);
+    ASSERT_GT(truth["message_id_collisions"].get<int>(), 0); // the trap for a dedupe by Message-ID alone
+
+    // Which message each content stands for: copies share their original's number.
+    std::map<std::string, int> messageOf;
+    std::set<int> messages;
+    std::istringstream rows(ReadAll(list));
+    std::string row;
+    std::getline(rows, row); // the header
+    while (std::getline(rows, row)) {
+        const std::string path = row.substr(0, row.find('\t'));
+        const int nMessage = std::stoi(row.substr(row.rfind('\t') + 1));
+        messageOf[ReadAll(store / path)] = nMessage;
+        messages.insert(nMessage);
+    }
+    ASSERT_EQ(messages.size(), truth["originals"].get<size_t>());
+
+    const auto before = Snapshot(store);
+    std::string out;
+    ASSERT_EQ(Tool("--store " + store.string() + " mail dedupe --apply", &out), 0) << out;
+    std::map<int, int> outside; // message -> its files outside Deleted Items
+    size_t nTrashed = 0;
+    for (const auto &e : fs::recursive_directory_iterator(store)) {
+        const std::string name = e.path().filename().string();
+        if (!e.is_regular_file() || name.rfind("tessel-", 0) == 0 || name == "maildirfolder") continue;
+        const auto found = messageOf.find(ReadAll(e.path()));
+        ASSERT_NE(found, messageOf.end()) << e.path() << " is no file the generator wrote";
+        if (FolderOf(e.path(), store) == ".Trash") ++nTrashed;
+        else ++outside[found->second];
+    }
+    EXPECT_EQ(nTrashed, truth["content_excess"].get<size_t>());
+    EXPECT_EQ(outside.size(), messages.size());
+    for (const auto &[nMessage, nFiles] : outside) EXPECT_EQ(nFiles, 1) << "message " << nMessage;
+
+    ASSERT_EQ(Tool("undo", &out), 0) << out;
+    EXPECT_EQ(Snapshot(store), before);
 }
 
 TEST_F(DedupeRun, RunsKilledAtRandomPointsAreUndoneCompletely) {

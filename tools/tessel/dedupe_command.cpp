@@ -69,9 +69,15 @@ bool PrepareBefore(CSession &session, const DedupePlan &plan, const PlannedActio
         before["sha1"] = print.strSha1;
     } else {
         if (plan.action == ActionKind::Mark) before["name"] = tessel::BytesToJson(a.item.strTitle);
-        if (plan.action == ActionKind::Trash) {
+        if (plan.action == ActionKind::Trash || plan.action == ActionKind::Mark) {
+            // The card's text lets undo put it back byte for byte; a mark without it undoes by the name alone.
             CardText card;
-            if (!ReadCardText(session.Location(), a.item.strEntry, card, strWhy)) return false;
+            std::string strNoCard;
+            if (!ReadCardText(session.Location(), a.item.strEntry, card, strNoCard)) {
+                if (plan.action == ActionKind::Mark) return true;
+                strWhy = strNoCard;
+                return false;
+            }
             before["container"] = tessel::BytesToJson(card.strContainer);
             before["uid"] = tessel::BytesToJson(card.strUid);
             before["file"] = tessel::BytesToJson(card.strFile);
@@ -79,6 +85,12 @@ bool PrepareBefore(CSession &session, const DedupePlan &plan, const PlannedActio
         }
     }
     return true;
+}
+
+// A store status for a full disk or an exhausted quota: every further action would fail the same way.
+bool IsDiskFull(int32_t nStatus) {
+    const uint32_t n = static_cast<uint32_t>(nStatus);
+    return n == 0x80030070u /* STG_E_MEDIUMFULL */ || n == 0x80070070u /* ERROR_DISK_FULL as a status */;
 }
 
 // Does the action; the new entry (if any) goes into after.
@@ -99,7 +111,7 @@ int32_t Perform(CSession &session, const DedupePlan &plan, const PlannedAction &
         nStatus = TS_MoveItem(pLib, nApi, a.item.strEntry.c_str(), plan.strTargetEntry.c_str(), &pszNew);
         break;
     case ActionKind::Mark:
-        nStatus = nApi == API_OE ? OEMarkItem(pLib, a.item.strEntry.c_str(), kMsgFlagged)
+        nStatus = nApi == API_OE ? OEMarkItem(pLib, a.item.strEntry.c_str(), TS_MSG_FLAGGED)
                                  : WABMarkItem(pLib, a.item.strEntry.c_str(), plan.strPrefix.c_str());
         break;
     }
@@ -194,6 +206,10 @@ int RunDedupe(const StoreKind &kind, ToolContext &ctx, const DedupeOptions &opti
         if (nStatus == 0) std::printf("%s: %s\n", ActionVerb(plan, true).c_str(), Describe(a.item).c_str());
         else std::printf("failed (%s): %s\n", StatusText(nStatus).c_str(), Describe(a.item).c_str());
         std::fflush(stdout);
+        if (IsDiskFull(nStatus))
+            return Fail(kExitFailure, "the disk is full; stopped after " + std::to_string(counts.nDone) +
+                                          " actions, which are in the journal " + pJournal->Path().string() +
+                                          " (`tessel undo` reverses them)");
     }
     progress.Finish();
     pJournal->Append({{"type", "end"},
