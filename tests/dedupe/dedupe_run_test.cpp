@@ -15,6 +15,7 @@
 
 #include <nlohmann/json.hpp>
 
+#include "journal.h"
 #include "support/paths.h"
 
 namespace fs = std::filesystem;
@@ -53,9 +54,10 @@ std::multiset<std::string> Snapshot(const fs::path &root, bool bFlags = false) {
     return files;
 }
 
-// Runs the tool and gives its exit code; its standard output goes to *pOut when asked for, else nowhere.
-int Tool(const std::string &args, std::string *pOut = nullptr) {
-    const std::string command = std::string(TESSEL_CLI) + " " + args + " 2>/dev/null";
+// Runs the tool (with environment assignments before it) and gives its exit code; its standard output goes to
+// *pOut when asked for, else nowhere.
+int Tool(const std::string &args, std::string *pOut = nullptr, const std::string &environment = "") {
+    const std::string command = environment + " " + TESSEL_CLI + " " + args + " 2>/dev/null";
     FILE *pPipe = popen(command.c_str(), "r");
     if (!pPipe) return -1;
     std::string out;
@@ -145,6 +147,27 @@ TEST_F(DedupeRun, ContactsMarkPrefixesTheNamesAndUndoPutsThemBack) {
     EXPECT_EQ(nMarked, CountLines(out, "marked: ")) << out;
     ASSERT_EQ(Tool("undo", &out), 0) << out;
     EXPECT_EQ(Snapshot(book), before);
+}
+
+TEST_F(DedupeRun, ReportOfAContactsRunComparesTheCardsKeptInTheJournal) {
+    const fs::path book = Copy("contacts");
+    ASSERT_EQ(Tool("--book " + book.string() + " contacts dedupe --apply"), 0);
+    const auto journals = tessel::ListJournals(m_tmp.path() / "state" / "tessel");
+    ASSERT_EQ(journals.size(), 1u);
+    const fs::path html = m_tmp.path() / "report.html";
+    const fs::path scratch = m_tmp.path() / "tmp";
+    fs::create_directory(scratch);
+    std::string out;
+    // From another directory: the journal names the book by its full path.
+    ASSERT_EQ(Tool("report contacts --journal " + journals[0].string() + " --html " + html.string(), &out,
+                   "TMPDIR=" + scratch.string()),
+              0);
+    EXPECT_NE(out.find("Report: 4 groups, 5 duplicates"), std::string::npos) << out;
+    const std::string page = ReadAll(html);
+    EXPECT_EQ(Count(page, "<details class=\"group\""), 4u);
+    EXPECT_EQ(Count(page, "removed; the card is kept in the journal"), 5u);
+    EXPECT_GE(Count(page, "same as the original"), 10u); // name and e-mail at least, for every removed card
+    EXPECT_TRUE(fs::is_empty(scratch)); // the scratch copy of the removed cards is gone
 }
 
 // A store made by the shared generator, whose truth file says which files are copies of one message: after the

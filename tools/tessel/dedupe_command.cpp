@@ -1,6 +1,7 @@
 // tessel mail dedupe / tessel contacts dedupe: a scan, then one action on every duplicate (the original stays).
 // A dry run unless --apply; an applied run keeps a journal (journal.h) from which `tessel undo` restores the store.
 #include <cstdio>
+#include <filesystem>
 #include <memory>
 
 #include <CLI/CLI.hpp>
@@ -157,7 +158,8 @@ int RunDedupe(const StoreKind &kind, ToolContext &ctx, const DedupeOptions &opti
 
     nlohmann::json header{{"tool", std::string("tessel ") + TESSEL_TOOL_VERSION},
                           {"store", kind.pszName},
-                          {"location", session.Location()},
+                          // undo may run from another directory
+                          {"location", std::filesystem::absolute(session.Location()).lexically_normal().string()},
                           {"action", options.strAction},
                           {"target", plan.strTargetEntry},
                           {"prefix", plan.strPrefix},
@@ -235,16 +237,19 @@ void RegisterDedupeCommand(CLI::App &parent, const StoreKind &kind, ToolContext 
     AddScanOptions(*pCmd, kind, pOptions->scan);
     pCmd->add_option("--action", pOptions->strAction,
                      kind.nAPI == API_OE
-                         ? "trash (to Deleted Items, the default), delete (for good, needs --yes), move:FOLDER, "
-                           "mark (flag the duplicates)"
+                         ? "trash (move to Deleted Items, made if missing; the default), delete (for good, needs "
+                           "--yes), move:FOLDER, mark (flag the duplicates)"
                          : "trash (removed, the card kept in the journal; the default), delete (for good, needs "
                            "--yes), move:CONTAINER, mark (prefix the display name, see --prefix)");
     if (kind.nAPI == API_WAB)
         pCmd->add_option("--prefix", pOptions->strPrefix, "the mark put before a duplicate's display name");
     pCmd->add_flag("--apply", pOptions->bApply, "change the store (each action is journaled; `tessel undo` reverses)");
     pCmd->add_flag("--yes", pOptions->bYes, "confirm --action delete");
-    pCmd->footer("Journals go to $XDG_STATE_HOME/tessel (default ~/.local/state/tessel). An item that changed "
-                 "since the scan is skipped and counted. Exit code 0 when every action worked, 1 when one failed or "
-                 "the store could not be read, 2 for a wrong command line.");
+    pCmd->footer("Without --apply: prints what each duplicate would undergo and changes nothing. With --apply: "
+                 "prints each action as it is done and a summary, and writes a journal to $XDG_STATE_HOME/tessel "
+                 "(default ~/.local/state/tessel) from which `tessel undo` reverses the run, even one that was "
+                 "interrupted. An item that changed since the scan is skipped and counted; a full disk stops the "
+                 "run. Exit code 0 when every action worked, 1 when one failed or the store could not be read, 2 "
+                 "for a wrong command line.");
     pCmd->callback([&kind, &ctx, pOptions] { ctx.nExit = RunDedupe(kind, ctx, *pOptions); });
 }

@@ -177,7 +177,9 @@ int RunUndo(ToolContext &ctx, const UndoOptions &options) {
     size_t nRestored = 0, nNotDone = 0, nMissing = 0, nFailed = 0, nPermanent = 0;
     std::vector<const tessel::JournalAction *> cards;
     auto record = [&](const tessel::JournalAction &a, const Outcome &o) -> bool {
-        const std::string strTitle = Str(a.before, "folder_name") + "  \"" + Str(a.before, "title") + "\"";
+        const std::string strName = Str(a.before, "title");
+        const std::string strTitle =
+            Str(a.before, "folder_name") + "  \"" + (strName.empty() ? "(no title)" : strName) + "\"";
         if (o.strResult == "restored") ++nRestored, std::printf("restored: %s\n", strTitle.c_str());
         else if (o.strResult == "not-done") ++nNotDone, std::printf("nothing to undo: %s (%s)\n", strTitle.c_str(), o.strDetail.c_str());
         else if (o.strResult == "permanent") ++nPermanent, std::printf("cannot undo: %s (%s)\n", strTitle.c_str(), o.strDetail.c_str());
@@ -242,8 +244,10 @@ void RegisterUndoCommand(CLI::App &app, ToolContext &ctx) {
     auto pOptions = std::make_shared<UndoOptions>();
     pCmd->add_option("journal", pOptions->strJournal, "a journal file (default: the newest with something to undo)");
     pCmd->add_flag("--list", pOptions->bList, "list the journals and what they did");
-    pCmd->footer("Journals are in $XDG_STATE_HOME/tessel (default ~/.local/state/tessel). Undo may be run again: "
-                 "what is reversed already is left alone. An item that is no longer where the journal says is "
-                 "reported, and the rest goes on. Exit code 1 when something could not be restored.");
+    pCmd->footer("Messages come back from Deleted Items (or a move's target) to their folders, flags and name "
+                 "marks come off, removed contacts are written back from the journal; a delete for good can't be "
+                 "undone. Journals are in $XDG_STATE_HOME/tessel (default ~/.local/state/tessel). Undo may be run "
+                 "again: what is reversed already is left alone. An item that is no longer where the journal says "
+                 "is reported, and the rest goes on. Exit code 1 when something could not be restored.");
     pCmd->callback([&ctx, pOptions] { ctx.nExit = RunUndo(ctx, *pOptions); });
 }
