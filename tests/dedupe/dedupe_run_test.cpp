@@ -120,6 +120,22 @@ TEST_F(DedupeRun, ContactsTrashThenUndoGivesBackTheSameCards) {
     EXPECT_EQ(Snapshot(book), before);
 }
 
+TEST_F(DedupeRun, MovedItemsMoveBackOnUndo) {
+    const fs::path store = Copy("mail"), book = Copy("contacts");
+    const auto mailBefore = Snapshot(store), cardsBefore = Snapshot(book);
+    std::string out;
+    ASSERT_EQ(Tool("--store " + store.string() + " mail dedupe --action move:Archive --apply", &out), 0);
+    EXPECT_EQ(CountLines(out, "moved to Archive: "), 6u) << out; // two of the eight are in Archive already
+    ASSERT_EQ(Tool("undo", &out), 0) << out;
+    EXPECT_EQ(Snapshot(store), mailBefore);
+
+    ASSERT_EQ(Tool("--book " + book.string() + " contacts dedupe --action move:Work --apply", &out), 0);
+    EXPECT_EQ(CountLines(out, "moved to Work: "), 3u) << out;
+    EXPECT_NE(Snapshot(book), cardsBefore);
+    ASSERT_EQ(Tool("undo", &out), 0) << out;
+    EXPECT_EQ(Snapshot(book), cardsBefore); // the cards themselves, UID and all, not copies made by the move
+}
+
 TEST_F(DedupeRun, MailMarkFlagsTheDuplicatesAndUndoTakesTheFlagsOff) {
     const fs::path store = Copy("mail");
     const auto before = Snapshot(store, true);

@@ -70,12 +70,13 @@ bool PrepareBefore(CSession &session, const DedupePlan &plan, const PlannedActio
         before["sha1"] = print.strSha1;
     } else {
         if (plan.action == ActionKind::Mark) before["name"] = tessel::BytesToJson(a.item.strTitle);
-        if (plan.action == ActionKind::Trash || plan.action == ActionKind::Mark) {
-            // The card's text lets undo put it back byte for byte; a mark without it undoes by the name alone.
+        if (plan.action != ActionKind::Delete) {
+            // The card's text lets undo put it back byte for byte (a moved card is a new card with a new UID); a
+            // mark or move without it is undone through the book, by name or by moving the copy back.
             CardText card;
             std::string strNoCard;
             if (!ReadCardText(session.Location(), a.item.strEntry, card, strNoCard)) {
-                if (plan.action == ActionKind::Mark) return true;
+                if (plan.action != ActionKind::Trash) return true;
                 strWhy = strNoCard;
                 return false;
             }

@@ -1,5 +1,6 @@
 // tessel undo [JOURNAL]: reverses an applied dedupe from its journal, newest action first. Messages come back from
-// Deleted Items (or the move target) to their folders, marks are taken off, removed cards are written back. An
+// Deleted Items (or the move target) to their folders, marks are taken off, removed and moved cards get their own
+// text back in their old place. An
 // action the run was killed in is looked up first: it is reversed only if it happened. Each reversal is appended
 // to the journal, so an undo that is itself interrupted can simply be run again.
 #include <cstdio>
@@ -119,6 +120,20 @@ Outcome UndoMark(CSession &session, const std::vector<FolderInfo> &folders, cons
     return {"restored", "", strNow};
 }
 
+// A moved card: the book made a new card (new UID, new file) in the target; it goes, and the journal's text comes
+// back in the old place.
+Outcome UndoCardMove(CSession &session, const std::vector<FolderInfo> &folders, const tessel::JournalAction &a) {
+    const std::string strEntry = Str(a.before, "entry");
+    if (CurrentItem(session, folders, strEntry)) return {"not-done", "it never left its container", strEntry};
+    const std::string strCopy = a.after ? Str(*a.after, "new_entry") : std::string();
+    if (!strCopy.empty() && CurrentItem(session, folders, strCopy)) {
+        const int32_t nStatus = TS_DeleteItem(session.Lib(), API_WAB, strCopy.c_str(), 1, nullptr);
+        if (nStatus != 0)
+            return {"failed", "the moved copy could not be removed (" + StatusText(nStatus) + ")", strCopy};
+    }
+    return {"restore-card", "", ""};
+}
+
 // A removed card (and a marked one, see UndoMark) is written back into the book's files after the book is closed.
 Outcome CheckCardRestore(CSession &session, const std::vector<FolderInfo> &folders, const tessel::JournalAction &a) {
     if (CurrentItem(session, folders, Str(a.before, "entry"))) return {"not-done", "the card is still there", ""};
@@ -211,6 +226,7 @@ int RunUndo(ToolContext &ctx, const UndoOptions &options) {
                         : Outcome{"permanent", "it was deleted for good", ""};
             else if (strAction == "mark") o = UndoMark(session, folders, a);
             else if (strAction == "trash" && pKind->nAPI == API_WAB) o = CheckCardRestore(session, folders, a);
+            else if (strAction == "move" && a.before.contains("card")) o = UndoCardMove(session, folders, a);
             else o = UndoRelocation(session, folders, a, claimed);
             if (o.strResult == "restore-card") {
                 cards.push_back(&a);
