@@ -120,6 +120,22 @@ TEST_F(DedupeRun, ContactsTrashThenUndoGivesBackTheSameCards) {
     EXPECT_EQ(Snapshot(book), before);
 }
 
+TEST_F(DedupeRun, UndoReportsAnItemThatIsGoneAndRestoresTheRest) {
+    const fs::path store = Copy("mail");
+    ASSERT_EQ(Tool("--store " + store.string() + " mail dedupe --apply"), 0);
+    // Another program empties one message out of Deleted Items.
+    fs::path victim;
+    for (const auto &e : fs::directory_iterator(store / ".Trash" / "cur"))
+        if (e.path().filename().string().find("M2P4242") != std::string::npos) victim = e.path();
+    ASSERT_FALSE(victim.empty());
+    fs::remove(victim);
+    std::string out;
+    EXPECT_EQ(Tool("undo", &out), 1) << out;
+    EXPECT_EQ(CountLines(out, "missing: Archive  \"Quarterly report Q3\""), 1u) << out;
+    EXPECT_EQ(CountLines(out, "restored: "), 7u) << out;
+    EXPECT_NE(out.find("Undo: 7 restored, 0 had nothing to undo, 1 missing"), std::string::npos) << out;
+}
+
 TEST_F(DedupeRun, MovedItemsMoveBackOnUndo) {
     const fs::path store = Copy("mail"), book = Copy("contacts");
     const auto mailBefore = Snapshot(store), cardsBefore = Snapshot(book);
