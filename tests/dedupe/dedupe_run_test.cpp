@@ -6,6 +6,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <chrono>
 #include <cstdlib>
 #include <fstream>
 #include <map>
@@ -261,11 +262,21 @@ TEST_F(DedupeRun, GeneratedStoreKeepsOneMessageOfEachAndUndoGivesBackEveryFile) 
 TEST_F(DedupeRun, RunsKilledAtRandomPointsAreUndoneCompletely) {
     const char *pszRuns = std::getenv("TESSEL_DEDUPE_KILL_RUNS");
     const int nRuns = pszRuns ? std::atoi(pszRuns) : 50;
+    const fs::path journals = m_tmp.path() / "state" / "tessel";
+    // How long a whole run takes here: the kills are spread over it, whatever the build and the machine's load.
+    const fs::path timed = Copy("mail");
+    const auto tStart = std::chrono::steady_clock::now();
+    ASSERT_EQ(Tool("--store " + timed.string() + " mail dedupe --apply"), 0);
+    const auto nSpanUs = std::chrono::duration_cast<std::chrono::microseconds>(std::chrono::steady_clock::now() -
+                                                                                tStart).count();
+    ASSERT_EQ(Tool("undo"), 0);
     std::mt19937 rng(1234);
+    int nNoJournal = 0, nNoAction = 0, nMidway = 0, nInterruptedAction = 0, nFinished = 0;
     for (int n = 0; n < nRuns; ++n) {
         const fs::path store = m_tmp.path() / ("kill" + std::to_string(n));
         fs::copy(testsupport::SourceDir() / "samples" / "mail", store, fs::copy_options::recursive);
         const auto before = Snapshot(store);
+        const size_t nJournals = tessel::ListJournals(journals).size();
         const pid_t pid = fork();
         if (pid == 0) {
             freopen("/dev/null", "w", stdout);
@@ -273,14 +284,25 @@ TEST_F(DedupeRun, RunsKilledAtRandomPointsAreUndoneCompletely) {
             execl(TESSEL_CLI, TESSEL_CLI, "--store", store.c_str(), "mail", "dedupe", "--apply", (char *)nullptr);
             _exit(127);
         }
-        usleep(std::uniform_int_distribution<int>(0, 150000)(rng));
+        usleep(static_cast<useconds_t>(std::uniform_int_distribution<long>(0, nSpanUs * 11 / 10)(rng)));
         kill(pid, SIGKILL);
         int nStatus = 0;
         waitpid(pid, &nStatus, 0);
+        // Where the kill landed, by the journal it left.
+        const auto all = tessel::ListJournals(journals);
+        std::string strError;
+        const auto journal = all.size() > nJournals ? tessel::ReadJournal(all.back(), &strError) : std::nullopt;
+        if (!journal) ++nNoJournal;
+        else if (journal->end) ++nFinished;
+        else if (journal->actions.empty()) ++nNoAction;
+        else ++nMidway, nInterruptedAction += journal->actions.back().Interrupted();
         Tool("undo");
         ASSERT_EQ(Snapshot(store), before) << "run " << n;
         fs::remove_all(store);
     }
+    std::printf("[ figures  ] %d runs killed within %.0f ms: %d before the journal, %d before the first action, %d "
+                "midway (%d of them inside an action), %d after the end; all undone completely\n",
+                nRuns, nSpanUs * 1.1 / 1000, nNoJournal, nNoAction, nMidway, nInterruptedAction, nFinished);
 }
 
 TEST_F(DedupeRun, ReportOpensInAHeadlessBrowser) {
