@@ -7,6 +7,7 @@
 #include <cstring>
 #include <filesystem>
 #include <fstream>
+#include <map>
 
 #include <glib.h>
 
@@ -193,18 +194,38 @@ bool DecodeCardEntry(const std::string &strEntry, std::string &strContainer, std
 
 namespace {
 
+// The card files of a directory by UID, read once per run and again only when a file no longer fits: a dedupe
+// journals one card per action and must not read the whole book each time.
+std::map<fs::path, std::map<std::string, fs::path>> g_CardFiles;
+
+const std::map<std::string, fs::path> &CardFiles(const fs::path &dir, bool bRefresh) {
+    const auto found = g_CardFiles.find(dir);
+    if (found != g_CardFiles.end() && !bRefresh) return found->second;
+    std::map<std::string, fs::path> &files = g_CardFiles[dir];
+    files.clear();
+    std::error_code ec;
+    for (fs::directory_iterator it(dir, ec), end; !ec && it != end; it.increment(ec)) {
+        if (it->path().extension() != ".vcf") continue;
+        const auto blocks = CardBlocks(ReadFile(it->path()));
+        if (blocks.size() == 1) files.emplace(UidOf(blocks[0]), it->path());
+    }
+    return files;
+}
+
 // Finds the text of the card with card's container and UID; fills strFile and strText.
 bool LocateCard(const std::string &strBook, CardText &card, std::string &strError) {
     const fs::path book(strBook);
     std::error_code ec;
     if (fs::is_directory(book, ec)) {
         const fs::path dir = card.strContainer.empty() ? book : book / card.strContainer;
-        for (fs::directory_iterator it(dir, ec), end; !ec && it != end; it.increment(ec)) {
-            if (it->path().extension() != ".vcf") continue;
-            const std::string strText = ReadFile(it->path());
+        for (bool bRefresh : {false, true}) {
+            const auto &files = CardFiles(dir, bRefresh);
+            const auto found = files.find(card.strUid);
+            if (found == files.end()) continue;
+            const std::string strText = ReadFile(found->second);
             const auto blocks = CardBlocks(strText);
             if (blocks.size() == 1 && UidOf(blocks[0]) == card.strUid) {
-                card.strFile = it->path().filename().string();
+                card.strFile = found->second.filename().string();
                 card.strText = strText;
                 return true;
             }

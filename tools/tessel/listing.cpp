@@ -170,14 +170,12 @@ bool ReadItem(CSession &session, const std::vector<FolderInfo> &folders, const s
         for (const FolderInfo &folder : folders)
             if (strEntry.size() == 16 && strEntry.compare(0, 8, folder.strEntry) == 0) pFolder = &folder;
     } else {
-        // A contact's container is the one whose listing holds it.
-        for (const FolderInfo &folder : folders) {
-            std::vector<ItemInfo> items;
-            std::string strIgnored;
-            if (!ListItems(session, folder, ListFilter{}, items, strIgnored)) continue;
-            for (const ItemInfo &listed : items)
-                if (listed.strEntry == strEntry) pFolder = &folder;
-        }
+        // The book finds a contact's container without listing every contact (a dedupe asks once per action).
+        char *pszFolder = nullptr;
+        if (WABFindItemFolder(session.Lib(), strEntry.c_str(), &pszFolder, 0) == 0 && pszFolder)
+            for (const FolderInfo &folder : folders)
+                if (folder.strEntry == pszFolder) pFolder = &folder;
+        if (pszFolder) TS_FreeBuffer(session.Lib(), API_WAB, pszFolder);
     }
     if (!pFolder) {
         strError = "no " + std::string(session.Api() == API_OE ? "message" : "contact") + " with the entry " + strEntry;
