@@ -104,8 +104,12 @@ protected:
 TEST_F(DedupeRun, MailTrashThenUndoGivesBackTheSameFiles) {
     const fs::path store = Copy("mail");
     const auto before = Snapshot(store);
-    ASSERT_EQ(Tool("--store " + store.string() + " mail dedupe"), 0);
+    std::string out;
+    ASSERT_EQ(Tool("--store " + store.string() + " mail dedupe", &out), 0);
     EXPECT_EQ(Snapshot(store), before); // a dry run changes nothing
+    EXPECT_EQ(CountLines(out, "group "), 7u) << out;
+    EXPECT_EQ(CountLines(out, "group 1: keep Inbox  \"Quarterly report Q3\"  Carol Diaz"), 1u) << out;
+    EXPECT_EQ(CountLines(out, "  would move to Trash: "), 8u) << out;
     ASSERT_EQ(Tool("--store " + store.string() + " mail dedupe --apply"), 0);
     EXPECT_NE(Snapshot(store), before);
     ASSERT_EQ(Tool("undo"), 0);

@@ -148,9 +148,13 @@ int RunDedupe(const StoreKind &kind, ToolContext &ctx, const DedupeOptions &opti
     const std::vector<PlannedAction> actions = PlanActions(session, plan, scan);
 
     if (!options.bApply) {
-        for (const PlannedAction &a : actions)
-            std::printf("would %s: %s%s\n", ActionVerb(plan, false).c_str(), Describe(a.item).c_str(),
+        for (size_t i = 0; i < actions.size(); ++i) {
+            const PlannedAction &a = actions[i];
+            if (i == 0 || actions[i - 1].nGroup != a.nGroup)
+                std::printf("group %zu: keep %s\n", a.nGroup + 1, Describe(a.original).c_str());
+            std::printf("  would %s: %s%s\n", ActionVerb(plan, false).c_str(), Describe(a.item).c_str(),
                         a.strSkip.empty() ? "" : ("  (skipped: " + a.strSkip + ")").c_str());
+        }
         std::printf("Dry run: %zu %s, %zu groups; %zu duplicates would be %s. Nothing was changed; add --apply "
                     "to do it.\n",
                     scan.nItems, kind.pszItems, scan.groups.size(), actions.size(), ActionVerb(plan, true).c_str());
@@ -246,11 +250,11 @@ void RegisterDedupeCommand(CLI::App &parent, const StoreKind &kind, ToolContext 
         pCmd->add_option("--prefix", pOptions->strPrefix, "the mark put before a duplicate's display name");
     pCmd->add_flag("--apply", pOptions->bApply, "change the store (each action is journaled; `tessel undo` reverses)");
     pCmd->add_flag("--yes", pOptions->bYes, "confirm --action delete");
-    pCmd->footer("Without --apply: prints what each duplicate would undergo and changes nothing. With --apply: "
-                 "prints each action as it is done and a summary, and writes a journal to $XDG_STATE_HOME/tessel "
-                 "(default ~/.local/state/tessel) from which `tessel undo` reverses the run, even one that was "
-                 "interrupted. An item that changed since the scan is skipped and counted; a full disk stops the "
-                 "run. Exit code 0 when every action worked, 1 when one failed or the store could not be read, 2 "
-                 "for a wrong command line.");
+    pCmd->footer("Without --apply: prints each group's kept item and what each duplicate would undergo, and changes "
+                 "nothing. With --apply: prints each action as it is done and a summary, and writes a journal to "
+                 "$XDG_STATE_HOME/tessel (default ~/.local/state/tessel) from which `tessel undo` reverses the run, "
+                 "even one that was interrupted. An item that changed since the scan is skipped and counted; a full "
+                 "disk stops the run. Exit code 0 when every action worked, 1 when one failed or the store could "
+                 "not be read, 2 for a wrong command line.");
     pCmd->callback([&kind, &ctx, pOptions] { ctx.nExit = RunDedupe(kind, ctx, *pOptions); });
 }
