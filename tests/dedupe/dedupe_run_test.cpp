@@ -207,6 +207,25 @@ TEST_F(DedupeRun, ReportOfAContactsRunComparesTheCardsKeptInTheJournal) {
     EXPECT_TRUE(fs::is_empty(scratch)); // the scratch copy of the removed cards is gone
 }
 
+TEST_F(DedupeRun, ContactsMarkUndoKeepsAnEditMadeSinceAndTakesOnlyTheMarkOff) {
+    const fs::path book = Copy("contacts");
+    ASSERT_EQ(Tool("--book " + book.string() + " contacts dedupe --action mark --prefix 'DUP: ' --apply"), 0);
+    fs::path edited;
+    for (const auto &e : fs::recursive_directory_iterator(book))
+        if (e.is_regular_file() && edited.empty() && ReadAll(e.path()).find("\nFN:DUP: ") != std::string::npos)
+            edited = e.path();
+    ASSERT_FALSE(edited.empty());
+    std::string text = ReadAll(edited);
+    const size_t nAt = text.find("END:VCARD");
+    text.insert(nAt, "NOTE:added after the dedupe\r\n");
+    std::ofstream(edited, std::ios::binary | std::ios::trunc) << text;
+    std::string out;
+    ASSERT_EQ(Tool("undo", &out), 0) << out;
+    const std::string after = ReadAll(edited);
+    EXPECT_NE(after.find("NOTE:added after the dedupe"), std::string::npos) << after;
+    EXPECT_EQ(after.find("DUP: "), std::string::npos) << after;
+}
+
 // A store made by the shared generator, whose truth file says which files are copies of one message: after the
 // dedupe exactly one file of each message is left outside Deleted Items, and the undo gives back every file.
 TEST_F(DedupeRun, GeneratedStoreKeepsOneMessageOfEachAndUndoGivesBackEveryFile) {
