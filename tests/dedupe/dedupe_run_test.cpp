@@ -1,5 +1,6 @@
-// The built command end to end on copies of the sample stores: dedupe --apply then undo gives back the same
-// files; runs killed at random points are undone completely; the report opens in a headless browser.
+// The built command end to end on copies of the sample stores and on a generated store: dedupe --apply (trash,
+// move, mark) then undo gives back the same files; runs killed at random points are undone completely; an undo
+// goes on past an item that is gone; the report, also of a run, opens in a headless browser.
 #include <gtest/gtest.h>
 
 #include <signal.h>
