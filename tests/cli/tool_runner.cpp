@@ -10,6 +10,7 @@
 
 #include <gtest/gtest.h>
 
+#include "support/file_text.h"
 #include "support/paths.h"
 
 namespace fs = std::filesystem;
@@ -17,6 +18,8 @@ namespace fs = std::filesystem;
 namespace clitest {
 
 namespace {
+
+using testsupport::ReadFileText;
 
 std::string ReadAll(int fd) {
     std::string str;
@@ -47,13 +50,6 @@ int WaitExit(pid_t pid) {
     return WIFEXITED(nStatus) ? WEXITSTATUS(nStatus) : 128 + WTERMSIG(nStatus);
 }
 
-std::string ReadFile(const fs::path &path) {
-    std::ifstream in(path, std::ios::binary);
-    std::ostringstream text;
-    text << in.rdbuf();
-    return text.str();
-}
-
 } // namespace
 
 nlohmann::json ToolRun::Json() const {
@@ -80,8 +76,8 @@ ToolRun RunTool(const std::vector<std::string> &args) {
     }
     ToolRun run;
     run.nExit = WaitExit(pid);
-    run.strOut = ReadFile(out);
-    run.strErr = ReadFile(err);
+    run.strOut = ReadFileText(out);
+    run.strErr = ReadFileText(err);
     return run;
 }
 

@@ -9,23 +9,14 @@
 #include "platform/time.h"
 #include "support/log_capture.h"
 #include "support/scoped_time_zone.h"
+#include "support/system_time.h"
 #include "tessel.h"
 
 namespace {
 
 using testsupport::CLogCapture;
 
-SYSTEMTIME MakeSystemTime(int y, int mo, int d, int h, int mi, int s, int ms) {
-    SYSTEMTIME st{};
-    st.wYear = static_cast<WORD>(y);
-    st.wMonth = static_cast<WORD>(mo);
-    st.wDay = static_cast<WORD>(d);
-    st.wHour = static_cast<WORD>(h);
-    st.wMinute = static_cast<WORD>(mi);
-    st.wSecond = static_cast<WORD>(s);
-    st.wMilliseconds = static_cast<WORD>(ms);
-    return st;
-}
+using testsupport::MakeSystemTime;
 
 using testsupport::ScopedTimeZone;
 

@@ -9,6 +9,7 @@
 
 #include "support/log_capture.h"
 #include "support/paths.h"
+#include "support/system_time.h"
 #include "tessel.h"
 
 class ItemExportsTest : public ::testing::Test {
@@ -69,17 +70,6 @@ protected:
     CTessel *m_pLib = nullptr;
 };
 
-// A SYSTEMTIME from its parts; the day of the week is left 0.
-inline SYSTEMTIME Time(int y, int mo, int d, int h, int mi, int s) {
-    SYSTEMTIME st{};
-    st.wYear = static_cast<uint16_t>(y);
-    st.wMonth = static_cast<uint16_t>(mo);
-    st.wDay = static_cast<uint16_t>(d);
-    st.wHour = static_cast<uint16_t>(h);
-    st.wMinute = static_cast<uint16_t>(mi);
-    st.wSecond = static_cast<uint16_t>(s);
-    return st;
-}
 
 // "2020-02-29 12:34:56" of a SYSTEMTIME, for readable comparisons.
 inline std::string Show(const SYSTEMTIME &st) {

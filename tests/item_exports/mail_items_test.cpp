@@ -201,9 +201,9 @@ TEST_F(MailItems, LongSubjectRoundTrips) {
 TEST_F(MailItems, ReadOnlyDateIsRefusedByTheStore) {
     TS_HITEM hItem = Open(API_OE, Entry("Inbox/Hello"), true);
     PropDesc sent = Tagged(TS_PR_OE_SENT);
-    const SYSTEMTIME st = Time(2020, 1, 1, 0, 0, 0);
+    const SYSTEMTIME st = testsupport::MakeSystemTime(2020, 1, 1, 0, 0, 0);
     EXPECT_NE(TS_SetItemDateProp(m_pLib, API_OE, hItem, &sent, &st, 0), 0);
-    const SYSTEMTIME bad = Time(2020, 13, 1, 0, 0, 0);
+    const SYSTEMTIME bad = testsupport::MakeSystemTime(2020, 13, 1, 0, 0, 0);
     EXPECT_EQ(TS_SetItemDateProp(m_pLib, API_OE, hItem, &sent, &bad, 0), -4);
     TS_CloseItem(m_pLib, API_OE, hItem);
 }

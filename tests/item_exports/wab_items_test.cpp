@@ -183,7 +183,7 @@ TEST_F(WabItems, MultiValuedTextGoesThroughTheListSeparator) {
 TEST_F(WabItems, DatesInUniversalAndLocalTime) {
     testsupport::ScopedTimeZone zone("XST-2"); // two hours east of UTC, all year
     PropDesc met = Named(u"Met", TS_PT_SYSTIME);
-    const SYSTEMTIME utc = Time(2020, 2, 29, 23, 30, 15);
+    const SYSTEMTIME utc = testsupport::MakeSystemTime(2020, 2, 29, 23, 30, 15);
     Change("Bob", [&](TS_HITEM hItem) { EXPECT_EQ(TS_SetItemDateProp(m_pLib, API_WAB, hItem, &met, &utc, 0), 0); });
 
     TS_HITEM hItem = Open(API_WAB, Entry("Bob"), true);
@@ -195,7 +195,7 @@ TEST_F(WabItems, DatesInUniversalAndLocalTime) {
     EXPECT_EQ(st.wDayOfWeek, 0); // a Sunday
 
     // Written as local time, read back in UTC.
-    const SYSTEMTIME local = Time(2021, 7, 1, 9, 0, 0);
+    const SYSTEMTIME local = testsupport::MakeSystemTime(2021, 7, 1, 9, 0, 0);
     EXPECT_EQ(TS_SetItemDateProp(m_pLib, API_WAB, hItem, &met, &local, 1), 0);
     EXPECT_EQ(TS_GetItemDateProp(m_pLib, API_WAB, hItem, &met, &st, 0), 0);
     EXPECT_EQ(Show(st), "2021-07-01 07:00:00");
@@ -205,9 +205,9 @@ TEST_F(WabItems, DatesInUniversalAndLocalTime) {
 TEST_F(WabItems, DateThatDoesNotConvert) {
     PropDesc met = Named(u"Met", TS_PT_SYSTIME);
     TS_HITEM hItem = Open(API_WAB, Entry("Bob"), true);
-    SYSTEMTIME st = Time(2020, 13, 1, 0, 0, 0);
+    SYSTEMTIME st = testsupport::MakeSystemTime(2020, 13, 1, 0, 0, 0);
     EXPECT_EQ(TS_SetItemDateProp(m_pLib, API_WAB, hItem, &met, &st, 0), -4);
-    st = Time(2020, 2, 30, 0, 0, 0);
+    st = testsupport::MakeSystemTime(2020, 2, 30, 0, 0, 0);
     EXPECT_EQ(TS_SetItemDateProp(m_pLib, API_WAB, hItem, &met, &st, 1), -4);
     EXPECT_EQ(Take(), (std::vector<std::string>{"Err[0x57] in SystemTime2FileTime: SystemTimeToFileTime",
                                                 "Err[0x57] in SystemTime2FileTime: SystemTimeToFileTime"}));

@@ -4,20 +4,18 @@
 #include <string>
 
 #include "log/log.h"
+#include "support/file_text.h"
 #include "support/log_text.h"
 #include "support/paths.h"
 
 namespace {
 
+using testsupport::WriteFileText;
+
 using testsupport::ReadFileText;
 
 constexpr size_t kErrorLimit = 0x20000;
 constexpr size_t kFullLimit = 0xE0000;
-
-void WriteFile(const std::filesystem::path &path, const std::string &text) {
-    std::ofstream out(path, std::ios::binary);
-    out << text;
-}
 
 // Numbered lines of 100 bytes each until the text has exactly nSize bytes (the last line may be cut).
 std::string NumberedLines(size_t nSize) {
@@ -35,7 +33,7 @@ class LogTrim : public testing::Test {
 protected:
     // Writes the error log, configures a CLog with it (level 1: no banner) and returns what the file holds then.
     std::string TrimErrorLog(const std::string &text) {
-        WriteFile(ErrorPath(), text);
+        WriteFileText(ErrorPath(), text);
         m_log.InitLog(ErrorPath().c_str(), nullptr, false, 1);
         m_log.CloseFiles();
         return ReadFileText(ErrorPath());
@@ -82,13 +80,13 @@ TEST_F(LogTrim, NoLineEndBehindTheCutLosesTheProbedBytes) {
 
 TEST_F(LogTrim, FullLogHasItsOwnLimit) {
     const std::string atLimit = NumberedLines(kFullLimit);
-    WriteFile(FullPath(), atLimit);
+    WriteFileText(FullPath(), atLimit);
     m_log.InitLog(nullptr, FullPath().c_str(), false, 1);
     m_log.CloseFiles();
     EXPECT_EQ(ReadFileText(FullPath()), atLimit);
 
     const std::string over = NumberedLines(kFullLimit + 1);
-    WriteFile(FullPath(), over);
+    WriteFileText(FullPath(), over);
     m_log.InitLog(nullptr, FullPath().c_str(), false, 1);
     m_log.CloseFiles();
     const size_t nStart = over.find('\n', over.size() - kFullLimit / 2) + 1;
@@ -97,7 +95,7 @@ TEST_F(LogTrim, FullLogHasItsOwnLimit) {
 
 TEST_F(LogTrim, LinesAfterTheTrimReachTheTrimmedFile) {
     const std::string text = NumberedLines(kErrorLimit + 1);
-    WriteFile(ErrorPath(), text);
+    WriteFileText(ErrorPath(), text);
     m_log.InitLog(ErrorPath().c_str(), nullptr, false, 1);
     m_log.Error("L", 0, "after the trim");
     const std::string trimmed = ReadFileText(ErrorPath());

@@ -71,7 +71,7 @@ protected:
     void Check(int nRun) {
         std::map<std::string, int> counts;
         for (const char *psz : {"", ".Archive", ".Trash"})
-            for (const fs::path &p : MessageFiles(Root() / psz)) ++counts[ReadFile(p)];
+            for (const fs::path &p : MessageFiles(Root() / psz)) ++counts[ReadFileText(p)];
         int nSeeds = 0;
         for (const auto &[strText, n] : counts) {
             bool bSeed = strText.find("Subject: seed-") != std::string::npos;
@@ -107,7 +107,7 @@ TEST_F(CrashTest, KilledAtRandomMomentsLosesAndDuplicatesNothing) {
     MakeMaildir(Root() / ".Archive");
     MakeMaildir(Root() / ".Trash");
     for (int i = 0; i < kSeeds; ++i)
-        WriteFile(Root() / "cur" / (std::to_string(100 + i) + ".M1P1.seed:2,S"),
+        WriteFileText(Root() / "cur" / (std::to_string(100 + i) + ".M1P1.seed:2,S"),
                   Message("seed-" + std::to_string(i), std::string(static_cast<size_t>(i) * 500, 's') + "\n"));
     int nRuns = 50;
     if (const char *psz = getenv("TESSEL_CRASH_RUNS"); psz && atoi(psz) > 0) nRuns = atoi(psz);

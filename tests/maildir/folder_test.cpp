@@ -20,7 +20,7 @@ protected:
         // Delivered in this order (modification times one second apart).
         for (int i = 1; i <= 3; ++i) {
             fs::path p = Root() / "cur" / ("100" + std::to_string(i) + ".M1P1.host:2,S");
-            WriteFile(p, Message("first-" + std::to_string(i)));
+            WriteFileText(p, Message("first-" + std::to_string(i)));
             timespec times[2] = {{1000 + i, 0}, {1000 + i, 0}};
             utimensat(AT_FDCWD, p.c_str(), times, 0);
         }
@@ -72,7 +72,7 @@ TEST_F(FolderTest, IdsAreStableAcrossReopenAndNewMessagesGetHigherIds) {
     pNs->Release();
 
     // Another program delivers one message into new/ and removes the first one.
-    WriteFile(Root() / "new" / "2000.M1P9.host", Message("delivered"));
+    WriteFileText(Root() / "new" / "2000.M1P9.host", Message("delivered"));
     fs::remove(Root() / "cur" / "1001.M1P1.host:2,S");
 
     pNs = Open();
@@ -99,7 +99,7 @@ TEST_F(FolderTest, SeesDeliveryAndFlagChangesOfOtherProgramsBetweenEnumerations)
     IStoreFolder *pInbox = OpenSpecial(pNs, FOLDER_INBOX);
     ASSERT_EQ(List(pInbox).size(), 3u);
 
-    WriteFile(Root() / "new" / "3000.M1P9.host", Message("late"));
+    WriteFileText(Root() / "new" / "3000.M1P9.host", Message("late"));
     // mutt marks message 2 replied and flagged, and message 3 unread.
     fs::rename(Root() / "cur" / "1002.M1P1.host:2,S", Root() / "cur" / "1002.M1P1.host:2,FRS");
     fs::rename(Root() / "cur" / "1003.M1P1.host:2,S", Root() / "cur" / "1003.M1P1.host:2,");
@@ -142,11 +142,11 @@ TEST_F(FolderTest, AnUnchangedFolderIsNotReadAgainButAnyChangeIsSeen) {
     // The list changed behind the store's back, same inode, size and time: the reading is skipped.
     struct stat st;
     ASSERT_EQ(stat(list.c_str(), &st), 0);
-    std::string strList = ReadFile(list);
+    std::string strList = ReadFileText(list);
     size_t n = strList.find("\n1 0 c ");
     ASSERT_NE(n, std::string::npos);
     strList[n + 1] = '7'; // ids out of order: a reading would find the list damaged
-    WriteFile(list, strList);
+    WriteFileText(list, strList);
     timespec times[2] = {st.st_mtim, st.st_mtim};
     ASSERT_EQ(utimensat(AT_FDCWD, list.c_str(), times, 0), 0);
     std::vector<Listed> cached = List(pInbox);
@@ -388,8 +388,8 @@ TEST_F(FolderTest, MoveAndCopyBetweenFolders) {
 
 TEST_F(FolderTest, TwoFilesUnderOneUniqueNameGiveOneMessageAndAMoveGetsAFreshName) {
     MakeMaildir(Root() / ".Archive");
-    WriteFile(Root() / ".Archive" / "new" / "1001.M1P1.host", Message("same-name"));
-    WriteFile(Root() / ".Archive" / "cur" / "1001.M1P1.host:2,S", Message("same-name-read"));
+    WriteFileText(Root() / ".Archive" / "new" / "1001.M1P1.host", Message("same-name"));
+    WriteFileText(Root() / ".Archive" / "cur" / "1001.M1P1.host:2,S", Message("same-name-read"));
     IStoreNamespace *pNs = Open();
     IStoreFolder *pArchive = OpenFolder(pNs, FolderId(pNs, "Archive"));
     std::vector<Listed> first = List(pArchive);
@@ -416,7 +416,7 @@ TEST_F(FolderTest, DamagedUidListIsRebuiltWithAWarning) {
     IStoreFolder *pInbox = OpenSpecial(pNs, FOLDER_INBOX);
     ASSERT_EQ(List(pInbox).size(), 3u);
     pInbox->Release();
-    WriteFile(Root() / "tessel-uidlist", "tessel-uidlist 1 4\n1 0 c 1001.M1P1.host\ngarbage line\n");
+    WriteFileText(Root() / "tessel-uidlist", "tessel-uidlist 1 4\n1 0 c 1001.M1P1.host\ngarbage line\n");
     pInbox = OpenSpecial(pNs, FOLDER_INBOX);
     std::vector<Listed> listed = List(pInbox);
     ASSERT_EQ(listed.size(), 3u);
@@ -431,7 +431,7 @@ TEST_F(FolderTest, DamagedUidListIsRebuiltWithAWarning) {
 
 TEST_F(FolderTest, FolderRenamedByAnotherProgramGivesAStatus) {
     MakeMaildir(Root() / ".Old");
-    WriteFile(Root() / ".Old" / "cur" / "5.M1P1.host:2,S", Message("kept"));
+    WriteFileText(Root() / ".Old" / "cur" / "5.M1P1.host:2,S", Message("kept"));
     IStoreNamespace *pNs = Open();
     STOREFOLDERID idOld = FolderId(pNs, "Old");
     fs::rename(Root() / ".Old", Root() / ".New");
@@ -478,7 +478,7 @@ TEST_F(FolderTest, AFolderWhoseTmpIsNoDirectoryRefusesSaves) {
     IStoreNamespace *pNs = Open();
     IStoreFolder *pInbox = OpenSpecial(pNs, FOLDER_INBOX);
     fs::remove(Root() / "tmp");
-    WriteFile(Root() / "tmp", "not a directory");
+    WriteFileText(Root() / "tmp", "not a directory");
     IStream *pText = nullptr;
     ASSERT_EQ(CreateStreamOnBytes("x\n", 2, &pText), S_OK);
     MESSAGEID id = 0;

@@ -18,31 +18,6 @@ std::string Message(const std::string &strSubject, const std::string &strBody, c
            "\n" + strBody;
 }
 
-void WriteFile(const fs::path &path, const std::string &strText) {
-    std::ofstream out(path, std::ios::binary);
-    out << strText;
-}
-
-std::string ReadFile(const fs::path &path) {
-    std::ifstream in(path, std::ios::binary);
-    std::stringstream ss;
-    ss << in.rdbuf();
-    return ss.str();
-}
-
-void MakeMaildir(const fs::path &dir) {
-    for (const char *psz : {"cur", "new", "tmp"}) fs::create_directories(dir / psz);
-}
-
-std::vector<fs::path> MessageFiles(const fs::path &dir) {
-    std::vector<fs::path> files;
-    for (const char *psz : {"cur", "new"}) {
-        std::error_code ec;
-        for (const auto &entry : fs::directory_iterator(dir / psz, ec)) files.push_back(entry.path());
-    }
-    return files;
-}
-
 void MaildirTest::SetUp() {
     setenv("TESSEL_MAILDIR", Root().c_str(), 1);
     g_Log.InitLog(nullptr, (m_logDir.path() / "full.log").c_str(), false, 3);
@@ -137,6 +112,6 @@ MESSAGEID MaildirTest::Save(IStoreFolder *pFolder, const std::string &strText, D
     return id;
 }
 
-std::string MaildirTest::LogText() const { return ReadFile(m_logDir.path() / "full.log"); }
+std::string MaildirTest::LogText() const { return ReadFileText(m_logDir.path() / "full.log"); }
 
 } // namespace maildirtest

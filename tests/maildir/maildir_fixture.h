@@ -8,6 +8,8 @@
 #include <vector>
 
 #include "platform/msgstore.h"
+#include "support/file_text.h"
+#include "support/maildir_files.h"
 #include "support/paths.h"
 
 namespace maildirtest {
@@ -18,12 +20,10 @@ namespace fs = std::filesystem;
 std::string Message(const std::string &strSubject, const std::string &strBody = "body\n",
                     const std::string &strExtraHeaders = "");
 
-void WriteFile(const fs::path &path, const std::string &strText);
-std::string ReadFile(const fs::path &path);
-// Makes dir/cur, dir/new, dir/tmp.
-void MakeMaildir(const fs::path &dir);
-// The files of dir/cur and dir/new.
-std::vector<fs::path> MessageFiles(const fs::path &dir);
+using testsupport::MakeMaildir;
+using testsupport::MessageFiles;
+using testsupport::ReadFileText;
+using testsupport::WriteFileText;
 
 struct Listed {
     MESSAGEID id;

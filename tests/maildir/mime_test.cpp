@@ -27,7 +27,7 @@ std::string Subject(IMimeMessage *pMessage) {
 
 TEST_F(MimeStoreTest, OpenAsMimeMessageAndSaveItBackAsANewMessage) {
     MakeMaildir(Root());
-    WriteFile(Root() / "cur" / "1.M1P1.h:2,S", Message("parsed", "text body\n"));
+    WriteFileText(Root() / "cur" / "1.M1P1.h:2,S", Message("parsed", "text body\n"));
     IStoreNamespace *pNs = Open();
     IStoreFolder *pInbox = OpenSpecial(pNs, FOLDER_INBOX);
     IMimeMessage *pMessage = nullptr;
@@ -56,7 +56,7 @@ TEST_F(MimeStoreTest, OpenAsMimeMessageAndSaveItBackAsANewMessage) {
 TEST_F(MimeStoreTest, AMessageWhoseFileAnotherProgramRenamedOpensWithItsBytes) {
     MakeMaildir(Root());
     std::string strText = Message("renamed", "the body\n");
-    WriteFile(Root() / "cur" / "1.M1P1.h:2,S", strText);
+    WriteFileText(Root() / "cur" / "1.M1P1.h:2,S", strText);
     IStoreNamespace *pNs = Open();
     IStoreFolder *pInbox = OpenSpecial(pNs, FOLDER_INBOX);
     ASSERT_EQ(List(pInbox).size(), 1u);
@@ -92,8 +92,8 @@ TEST_F(MimeStoreTest, CorpusMessagesListAndOpenWithoutLossAcrossFolders) {
         fs::path dir = bMalformed ? Root() / ".Malformed" : Root();
         // Half of them delivered fresh, half already seen.
         std::string strName = std::to_string(1000 + n) + ".M" + std::to_string(n) + "P1.corpus";
-        WriteFile(dir / (n % 2 ? "new" : "cur") / (n % 2 ? strName : strName + ":2,S"), ReadFile(entry.path()));
-        texts.insert(ReadFile(entry.path()));
+        WriteFileText(dir / (n % 2 ? "new" : "cur") / (n % 2 ? strName : strName + ":2,S"), ReadFileText(entry.path()));
+        texts.insert(ReadFileText(entry.path()));
         ++n;
     }
     ASSERT_GT(n, 100);

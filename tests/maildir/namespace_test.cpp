@@ -69,7 +69,7 @@ TEST_F(NamespaceTest, MissingStoreFailsWithALogLineUnlessAskedToCreateIt) {
 }
 
 TEST_F(NamespaceTest, ADirectoryWithOtherFilesIsNoStoreEvenWithTheCreateFlag) {
-    WriteFile(Root() / "notes.txt", "not mail");
+    WriteFileText(Root() / "notes.txt", "not mail");
     IStoreNamespace *pNs = nullptr;
     ASSERT_EQ(CoCreateInstance(CLSID_StoreNamespace, nullptr, 5, IID_IStoreNamespace, reinterpret_cast<void **>(&pNs)),
               S_OK);
@@ -83,11 +83,11 @@ TEST_F(NamespaceTest, MaildirPlusPlusTreeWithCountsAndSpecialFolders) {
     for (const char *psz : {".Work", ".Work.Projects", ".Work.Projects.Old", ".Sent Items", ".Deleted Messages", ".Trash",
                             ".archive", ".Drafts"})
         MakeMaildir(Root() / psz);
-    WriteFile(Root() / "new" / "1.M1P1.h", Message("a"));
-    WriteFile(Root() / "cur" / "2.M1P1.h:2,S", Message("b"));
-    WriteFile(Root() / "cur" / "3.M1P1.h:2,F", Message("c"));
-    WriteFile(Root() / "cur" / ".hidden", "x");
-    WriteFile(Root() / ".Work" / "cur" / "4.M1P1.h:2,RS", Message("d"));
+    WriteFileText(Root() / "new" / "1.M1P1.h", Message("a"));
+    WriteFileText(Root() / "cur" / "2.M1P1.h:2,S", Message("b"));
+    WriteFileText(Root() / "cur" / "3.M1P1.h:2,F", Message("c"));
+    WriteFileText(Root() / "cur" / ".hidden", "x");
+    WriteFileText(Root() / ".Work" / "cur" / "4.M1P1.h:2,RS", Message("d"));
     IStoreNamespace *pNs = Open();
 
     std::vector<FOLDERPROPS> top = Folders(pNs);
@@ -181,7 +181,7 @@ TEST_F(NamespaceTest, FolderIdsPersistAndAreNotReused) {
     props.cbSize = sizeof(props);
     EXPECT_LT(pNs->GetFolderProps(idB, 0, &props), 0);
     pNs->Release();
-    EXPECT_NE(ReadFile(Root() / "tessel-folders").find(std::to_string(idA) + " .A\n"), std::string::npos);
+    EXPECT_NE(ReadFileText(Root() / "tessel-folders").find(std::to_string(idA) + " .A\n"), std::string::npos);
 }
 
 TEST_F(NamespaceTest, EnumerationOfAnUnknownFolderFails) {

@@ -86,7 +86,7 @@ class HeaderPropsTest : public MaildirTest {
 protected:
     MESSAGEPROPS Read(const std::string &strText) {
         fs::path p = Root() / "msg";
-        WriteFile(p, strText);
+        WriteFileText(p, strText);
         MESSAGEPROPS props{};
         EXPECT_EQ(ReadHeaderProps(p.string(), &props), S_OK);
         return props;

@@ -6,11 +6,14 @@
 #include <fstream>
 
 #include "mimetestutil.h"
+#include "support/file_text.h"
 #include "support/paths.h"
 
 using namespace mimetest;
 
 namespace {
+
+using testsupport::ReadFileText;
 
 std::vector<std::filesystem::path> CorpusMessages() {
     std::vector<std::filesystem::path> rgPaths;
@@ -21,11 +24,6 @@ std::vector<std::filesystem::path> CorpusMessages() {
         if (it->is_regular_file() && it->path().extension() == ".eml") rgPaths.push_back(it->path());
     std::sort(rgPaths.begin(), rgPaths.end());
     return rgPaths;
-}
-
-std::string ReadFile(const std::filesystem::path &path) {
-    std::ifstream in(path, std::ios::binary);
-    return std::string((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
 }
 
 // What a reader sees of a message: header rows, text bodies, attachments with names and content.
@@ -92,7 +90,7 @@ TEST(CorpusTest, EveryMessageReadsAndSavesUnchanged) {
         Take(pMessage.get(), "");
         DWORD dwFlags = 0;
         EXPECT_EQ(S_OK, pMessage->GetFlags(&dwFlags));
-        EXPECT_EQ(ReadFile(path), SaveToString(pMessage.get()));
+        EXPECT_EQ(ReadFileText(path), SaveToString(pMessage.get()));
     }
 }
 

@@ -9,16 +9,14 @@
 
 #include "mimetestutil.h"
 #include "providers/mime/headerindex.h"
+#include "support/file_text.h"
 #include "support/paths.h"
 
 using namespace mimetest;
 
 namespace {
 
-std::string ReadFile(const std::filesystem::path &path) {
-    std::ifstream in(path, std::ios::binary);
-    return std::string((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
-}
+using testsupport::ReadFileText;
 
 // Every read of one header as text: the HRESULT and what came back, for each form a caller can ask for.
 std::string Reads(IMimeMessage *pMessage, const char *pszName) {
@@ -82,7 +80,7 @@ TEST(HeaderIndexTest, EveryCorpusMessageReadsAsGMimeParsesIt) {
     for (auto it = std::filesystem::recursive_directory_iterator(root, ec);
          !ec && it != std::filesystem::recursive_directory_iterator(); it.increment(ec)) {
         if (!it->is_regular_file()) continue;
-        ExpectSameReads(ReadFile(it->path()), it->path().string());
+        ExpectSameReads(ReadFileText(it->path()), it->path().string());
         ++cMessages;
     }
     EXPECT_GT(cMessages, 100u);

@@ -3,6 +3,7 @@
 #include <sstream>
 
 #include "platform/time.h"
+#include "support/system_time.h"
 
 namespace oetest {
 
@@ -120,13 +121,7 @@ std::vector<std::string> Logged(const testsupport::CLogCapture &log) {
 std::string Text(const SPropValue &value) { return value.Value.lpszA ? value.Value.lpszA : "<null>"; }
 
 FILETIME LocalFileTime(int nYear, int nMonth, int nDay, int nHour, int nMinute, int nSecond) {
-    SYSTEMTIME st{};
-    st.wYear = static_cast<WORD>(nYear);
-    st.wMonth = static_cast<WORD>(nMonth);
-    st.wDay = static_cast<WORD>(nDay);
-    st.wHour = static_cast<WORD>(nHour);
-    st.wMinute = static_cast<WORD>(nMinute);
-    st.wSecond = static_cast<WORD>(nSecond);
+    SYSTEMTIME st = testsupport::MakeSystemTime(nYear, nMonth, nDay, nHour, nMinute, nSecond);
     FILETIME ft{}, ftLocal{};
     SystemTimeToFileTime(&st, &ft);
     FileTimeToLocalFileTime(&ft, &ftLocal);

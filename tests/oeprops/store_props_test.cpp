@@ -10,11 +10,14 @@
 #include "oestore/oetags.h"
 #include "platform/msgstore.h"
 #include "store_fixture.h"
+#include "support/file_text.h"
 #include "support/log_capture.h"
 
 using namespace oetest;
 
 namespace {
+
+using testsupport::ReadFileText;
 
 const ULONG kAllTags[] = {
     PR_ENTRYID,         PR_OE_HASATTACH,   PR_OE_DISPLAY_BCC, PR_OE_DISPLAY_CC,   PR_OE_DISPLAY_TO,
@@ -27,13 +30,6 @@ const ULONG kAllTags[] = {
     PR_OE_TEXT_BODY,
 };
 constexpr ULONG kcAllTags = sizeof(kAllTags) / sizeof(kAllTags[0]);
-
-std::string ReadFile(const fs::path &path) {
-    std::ifstream in(path, std::ios::binary);
-    std::stringstream ss;
-    ss << in.rdbuf();
-    return ss.str();
-}
 
 std::string ReadStream(IStream *pStream) {
     std::string str;
@@ -76,7 +72,7 @@ TEST_F(StorePropsTest, EveryTagOnRealMail) {
     ASSERT_FALSE(sources.empty());
     std::vector<uintmax_t> sizes;
     for (const fs::path &source : sources) {
-        Deliver(ReadFile(source), m_nDelivered % 3 == 0 ? "FS" : "");
+        Deliver(ReadFileText(source), m_nDelivered % 3 == 0 ? "FS" : "");
         sizes.push_back(fs::file_size(source));
     }
     Connect();

@@ -27,7 +27,9 @@ TEST_F(Folders, DepthFirstPreOrderWithParentEntries) {
     m_pNs->AddFolder(FOLDERID_ROOT, "Archive", FOLDER_DELETED);
     FakeStoreFolder *pSub = m_pNs->AddFolder(pWork->m_dwFolderId, "Sub");
     m_pNs->AddFolder(pSub->m_dwFolderId, "Deep");
-    pWork->Add({.dwState = MSG_UNREAD});
+    testsupport::FakeMessage unread;
+    unread.dwState = MSG_UNREAD;
+    pWork->Add(unread);
     pWork->Add({});
 
     OEFolders *pFolders = nullptr;

@@ -12,22 +12,18 @@
 
 #include "frame/tessel_record.h"
 #include "oestore/oelib.h"
+#include "support/file_text.h"
 #include "support/log_capture.h"
+#include "support/maildir_files.h"
 #include "support/paths.h"
 #include "tessel.h"
 
 namespace {
 
+using testsupport::MakeMaildir;
+using testsupport::WriteFileText;
+
 namespace fs = std::filesystem;
-
-void WriteFile(const fs::path &path, const std::string &text) {
-    std::ofstream out(path, std::ios::binary);
-    out << text;
-}
-
-void MakeMaildir(const fs::path &dir) {
-    for (const char *psz : {"cur", "new", "tmp"}) fs::create_directories(dir / psz);
-}
 
 std::string Message(const std::string &subject, const std::string &date) {
     return "From: Someone <someone@example.org>\r\nTo: you@example.org\r\nSubject: " + subject + "\r\nDate: " +
@@ -74,7 +70,7 @@ protected:
     // A message file in dir/cur with the given info flags; files are delivered one second apart, in call order.
     void Deliver(const fs::path &dir, const std::string &text, const std::string &flags = "S") {
         fs::path path = dir / "cur" / ("100000" + std::to_string(m_nDelivered) + ".M1P1.host:2," + flags);
-        WriteFile(path, text);
+        WriteFileText(path, text);
         fs::last_write_time(path, fs::file_time_type::clock::now() - std::chrono::hours(1) +
                                       std::chrono::seconds(m_nDelivered));
         m_nDelivered++;

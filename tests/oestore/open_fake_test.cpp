@@ -73,7 +73,9 @@ TEST_F(OpenItems, OpenFolderItemTakesTheEntrysFolderAtFaceValue) {
     HITEM hItem = nullptr;
     // The entry names folder 1, the open folder is 2: the message is looked for in folder 2 and isn't there.
     EXPECT_EQ(m_lib.OpenFolderItem(pOther, "0100000001000000", &hItem), E_INVALIDARG);
-    pOther->Add({.source = "Subject: other\r\n\r\nx\r\n"});
+    FakeMessage other;
+    other.source = "Subject: other\r\n\r\nx\r\n";
+    pOther->Add(other);
     ASSERT_EQ(m_lib.OpenFolderItem(pOther, "0100000001000000", &hItem), S_OK);
     EXPECT_EQ(static_cast<OEOpenItem *>(hItem)->dwFolderId, 1u);
     m_lib.CloseItem(&hItem);

@@ -60,9 +60,9 @@ protected:
 
 TEST_F(BugReportTest, MakesAnOutboxMessageWithTheErrAndLogFilesAndReopensTheLogs) {
     const fs::path &dir = m_logDir.path();
-    WriteFile(dir / "b.err", "error lines\n");
-    WriteFile(dir / "a.log", "full log\n");
-    WriteFile(dir / "notes.txt", "not a log\n");
+    WriteFileText(dir / "b.err", "error lines\n");
+    WriteFileText(dir / "a.log", "full log\n");
+    WriteFileText(dir / "notes.txt", "not a log\n");
     fs::create_directories(dir / "old.log");
     m_lib.Done();
 
@@ -77,8 +77,8 @@ TEST_F(BugReportTest, MakesAnOutboxMessageWithTheErrAndLogFilesAndReopensTheLogs
     g_Log.Error("BugReportTest", 0, "after the report");
     OEDone(pLib);
     DeleteTessel(pLib);
-    std::string strLog = ReadFile(dir / "tessel.log");
-    std::string strErr = ReadFile(dir / "tessel.err");
+    std::string strLog = ReadFileText(dir / "tessel.log");
+    std::string strErr = ReadFileText(dir / "tessel.err");
     ConfigLog(nullptr, nullptr, 0, 1);
     EXPECT_NE(strLog.find("after the report"), std::string::npos) << strLog;
     EXPECT_NE(strErr.find("after the report"), std::string::npos) << strErr;
@@ -97,7 +97,7 @@ TEST_F(BugReportTest, MakesAnOutboxMessageWithTheErrAndLogFilesAndReopensTheLogs
 }
 
 TEST_F(BugReportTest, ADirectoryWithoutLogsGivesAMessageWithoutAttachments) {
-    WriteFile(m_logDir.path() / "readme.txt", "nothing\n");
+    WriteFileText(m_logDir.path() / "readme.txt", "nothing\n");
     CTessel *pLib = nullptr;
     CreateTessel(&pLib);
     ASSERT_EQ(OEInit(pLib, nullptr, 0), 1);
@@ -123,7 +123,7 @@ TEST_F(BugReportTest, TheTemporaryDirectoryIsNewEachTimeAndGoesWithItsFiles) {
     char szOther[MAX_PATH];
     ASSERT_NE(CreateTempDirectory(sizeof(szOther), szOther), 0);
     EXPECT_STRNE(szDir, szOther);
-    WriteFile(fs::path(szDir) / "x.log", "x");
+    WriteFileText(fs::path(szDir) / "x.log", "x");
     DeleteTempDirectory(szDir);
     DeleteTempDirectory(szOther);
     EXPECT_TRUE(fs::is_empty(m_tmp.path()));
@@ -179,14 +179,14 @@ private:
 class AttachLogFilesTest : public ::testing::Test {
 protected:
     void SetUp() override {
-        WriteFile(m_logs.path() / "one.log", "1");
-        WriteFile(m_logs.path() / "two.err", "2");
-        WriteFile(m_logs.path() / "skip.txt", "3");
+        WriteFileText(m_logs.path() / "one.log", "1");
+        WriteFileText(m_logs.path() / "two.err", "2");
+        WriteFileText(m_logs.path() / "skip.txt", "3");
         m_private.InitLog(nullptr, (m_temp.path() / "CreateBugReport.log").c_str(), false, 3);
     }
     std::string PrivateLog() {
         m_private.CloseFiles();
-        return ReadFile(m_temp.path() / "CreateBugReport.log");
+        return ReadFileText(m_temp.path() / "CreateBugReport.log");
     }
     testsupport::TempDir m_logs, m_temp;
     CLog m_private;
@@ -197,13 +197,13 @@ TEST_F(AttachLogFilesTest, FilesThatCantBeAttachedWhereTheyLieGoAsCopies) {
     EXPECT_EQ(AttachLogFiles(pMessage, m_logs.path().c_str(), m_temp.path().c_str(), &m_private), 0);
     EXPECT_EQ(pMessage->m_attached, (std::vector<std::string>{(m_temp.path() / "two.err").string(),
                                                               (m_temp.path() / "one.log").string()}));
-    EXPECT_EQ(ReadFile(m_temp.path() / "one.log"), "1");
+    EXPECT_EQ(ReadFileText(m_temp.path() / "one.log"), "1");
     EXPECT_EQ(PrivateLog().find("Err"), std::string::npos);
     pMessage->Release();
 }
 
 TEST_F(AttachLogFilesTest, AFileThatCanBeNeitherAttachedNorCopiedIsOneFailure) {
-    WriteFile(m_temp.path() / "one.log", "in the way"); // the copy refuses to overwrite
+    WriteFileText(m_temp.path() / "one.log", "in the way"); // the copy refuses to overwrite
     CBlockingMessage *pMessage = new CBlockingMessage(m_logs.path().string());
     EXPECT_EQ(AttachLogFiles(pMessage, m_logs.path().c_str(), m_temp.path().c_str(), &m_private), 1);
     EXPECT_EQ(pMessage->m_attached, std::vector<std::string>{(m_temp.path() / "two.err").string()});

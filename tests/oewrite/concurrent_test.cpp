@@ -69,7 +69,7 @@ protected:
                 std::string strId = "<delivered-" + std::to_string(nRound) + "-" + std::to_string(nDelivered) +
                                     "@example.org>";
                 fs::path dir = nDelivered % 2 ? Root() : FolderDir("Archive");
-                WriteFile(dir / "tmp" / strName, Message("delivered", strId));
+                WriteFileText(dir / "tmp" / strName, Message("delivered", strId));
                 if (rename((dir / "tmp" / strName).c_str(), (dir / "new" / strName).c_str()) != 0) _exit(7);
                 ++nDelivered;
             } else if (nReflagged < kReflags) {

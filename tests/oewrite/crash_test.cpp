@@ -156,7 +156,7 @@ protected:
     void CheckStore(int nRun) {
         for (const char *pszFolder : kFolders) {
             for (const fs::path &file : MessageFiles(FolderDir(pszFolder))) {
-                std::string strText = ReadFile(file);
+                std::string strText = ReadFileText(file);
                 ASSERT_GE(strText.size(), std::strlen(kTrailer)) << "run " << nRun << ": " << file;
                 ASSERT_EQ(strText.substr(strText.size() - std::strlen(kTrailer)), kTrailer)
                     << "run " << nRun << ": a message cut short: " << file;

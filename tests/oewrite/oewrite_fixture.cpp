@@ -17,31 +17,6 @@ std::string Message(const std::string &strSubject, const std::string &strMessage
     return str + "\n" + strBody;
 }
 
-void WriteFile(const fs::path &path, const std::string &strText) {
-    std::ofstream out(path, std::ios::binary);
-    out << strText;
-}
-
-std::string ReadFile(const fs::path &path) {
-    std::ifstream in(path, std::ios::binary);
-    std::stringstream ss;
-    ss << in.rdbuf();
-    return ss.str();
-}
-
-void MakeMaildir(const fs::path &dir) {
-    for (const char *psz : {"cur", "new", "tmp"}) fs::create_directories(dir / psz);
-}
-
-std::vector<fs::path> MessageFiles(const fs::path &dir) {
-    std::vector<fs::path> files;
-    for (const char *psz : {"cur", "new"}) {
-        std::error_code ec;
-        for (const auto &entry : fs::directory_iterator(dir / psz, ec)) files.push_back(entry.path());
-    }
-    return files;
-}
-
 std::string MessageIdOf(const std::string &strText) {
     std::istringstream in(strText);
     std::string line;
@@ -58,7 +33,7 @@ std::string MessageIdOf(const std::string &strText) {
 void OEWriteTest::SetUp() {
     MakeMaildir(Root());
     MakeMaildir(Root() / ".Archive");
-    WriteFile(Root() / ".Archive" / "maildirfolder", "");
+    WriteFileText(Root() / ".Archive" / "maildirfolder", "");
     setenv("TESSEL_MAILDIR", Root().c_str(), 1);
     Connect();
 }
@@ -75,7 +50,7 @@ fs::path OEWriteTest::FolderDir(const std::string &strName) const {
 void OEWriteTest::Plant(const std::string &strFolder, const std::string &strText, const std::string &strFlags) {
     static int s_nPlanted = 0;
     std::string strName = std::to_string(1000 + s_nPlanted++) + ".M1P1.planted:2," + strFlags;
-    WriteFile(FolderDir(strFolder) / "cur" / strName, strText);
+    WriteFileText(FolderDir(strFolder) / "cur" / strName, strText);
 }
 
 void OEWriteTest::Connect() { ASSERT_TRUE(m_lib.Init(nullptr, false)) << m_log.Text(); }
@@ -143,7 +118,7 @@ std::map<std::string, int> OEWriteTest::CountByMessageId() const {
     for (const auto &entry : fs::directory_iterator(Root()))
         if (entry.is_directory() && entry.path().filename().string()[0] == '.') dirs.push_back(entry.path());
     for (const fs::path &dir : dirs)
-        for (const fs::path &file : MessageFiles(dir)) ++counts[MessageIdOf(ReadFile(file))];
+        for (const fs::path &file : MessageFiles(dir)) ++counts[MessageIdOf(ReadFileText(file))];
     return counts;
 }
 

@@ -12,7 +12,9 @@
 
 #include "oestore/oelib.h"
 #include "oestore/oetags.h"
+#include "support/file_text.h"
 #include "support/log_capture.h"
+#include "support/maildir_files.h"
 #include "support/paths.h"
 
 namespace oewritetest {
@@ -22,12 +24,10 @@ namespace fs = std::filesystem;
 // A small message; an empty strMessageId leaves the header out.
 std::string Message(const std::string &strSubject, const std::string &strMessageId, const std::string &strBody = "body\n");
 
-void WriteFile(const fs::path &path, const std::string &strText);
-std::string ReadFile(const fs::path &path);
-// Makes dir/cur, dir/new, dir/tmp.
-void MakeMaildir(const fs::path &dir);
-// The message files of a folder directory (cur/ and new/).
-std::vector<fs::path> MessageFiles(const fs::path &dir);
+using testsupport::MakeMaildir;
+using testsupport::MessageFiles;
+using testsupport::ReadFileText;
+using testsupport::WriteFileText;
 // The value of the first "Message-ID:" header of a message text, or "" without one.
 std::string MessageIdOf(const std::string &strText);
 

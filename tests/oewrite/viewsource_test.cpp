@@ -21,7 +21,7 @@ TEST_F(ViewSourceTest, TheViewerGetsAFileWithTheSource) {
     fs::path copy = m_out.path() / "seen.eml";
     setenv("TESSEL_VIEWER", ("cp -- \"$1\" '" + copy.string() + "'; :").c_str(), 1);
     EXPECT_EQ(m_lib.DisplayItemSource(LastEntry("Inbox").c_str(), nullptr), S_OK) << m_log.Text();
-    EXPECT_EQ(ReadFile(copy), strText);
+    EXPECT_EQ(ReadFileText(copy), strText);
 }
 
 TEST_F(ViewSourceTest, WithoutAViewerTheEntryPointIsMissing) {

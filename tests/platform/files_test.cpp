@@ -11,18 +11,16 @@
 
 #include "platform/errors.h"
 #include "platform/files.h"
+#include "support/file_text.h"
 #include "support/log_text.h"
 #include "support/paths.h"
 
 namespace {
 
+using testsupport::WriteFileText;
+
 namespace fs = std::filesystem;
 using testsupport::ReadFileText;
-
-void WriteFile(const fs::path &path, const std::string &text) {
-    std::ofstream out(path, std::ios::binary);
-    out << text;
-}
 
 // Sets TMPDIR for one test and restores it afterwards.
 class ScopedTmpDir {
@@ -105,10 +103,10 @@ TEST_F(Files, TempFileNameFailures) {
 }
 
 TEST_F(Files, ListDirectoryByMaskSortedByName) {
-    WriteFile(Path("b.log"), "b");
-    WriteFile(Path("a.log"), "a");
-    WriteFile(Path("c.err"), "c");
-    WriteFile(Path(".hidden.log"), "h");
+    WriteFileText(Path("b.log"), "b");
+    WriteFileText(Path("a.log"), "a");
+    WriteFileText(Path("c.err"), "c");
+    WriteFileText(Path(".hidden.log"), "h");
     fs::create_directory(Path("d.log"));
     std::vector<DirEntry> entries;
     ASSERT_TRUE(ListDirectory(m_dir.path().c_str(), "*.log", &entries));
@@ -135,7 +133,7 @@ TEST_F(Files, ListDirectoryOfAMissingDirectoryFails) {
 TEST_F(Files, CopyFileCopiesBytesAndPermissions) {
     std::string text(200000, '\0');
     for (size_t i = 0; i < text.size(); ++i) text[i] = static_cast<char>(i * 7);
-    WriteFile(Path("source"), text);
+    WriteFileText(Path("source"), text);
     chmod(Path("source").c_str(), 0640);
     ASSERT_TRUE(CopyFileA(Path("source").c_str(), Path("copy").c_str(), true));
     EXPECT_EQ(ReadFileText(Path("copy")), text);
@@ -145,8 +143,8 @@ TEST_F(Files, CopyFileCopiesBytesAndPermissions) {
 }
 
 TEST_F(Files, CopyFileRefusesToOverwrite) {
-    WriteFile(Path("source"), "new");
-    WriteFile(Path("target"), "old");
+    WriteFileText(Path("source"), "new");
+    WriteFileText(Path("target"), "old");
     SetLastError(ERROR_SUCCESS);
     EXPECT_FALSE(CopyFileA(Path("source").c_str(), Path("target").c_str(), true));
     EXPECT_EQ(GetLastError(), ERROR_FILE_EXISTS);
@@ -156,7 +154,7 @@ TEST_F(Files, CopyFileRefusesToOverwrite) {
 }
 
 TEST_F(Files, CopyFileOntoItselfLeavesTheFileWhole) {
-    WriteFile(Path("source"), "keep me");
+    WriteFileText(Path("source"), "keep me");
     fs::create_symlink(Path("source"), Path("alias"));
     for (BOOL bFailIfExists : {0, 1}) {
         SetLastError(ERROR_SUCCESS);
@@ -180,10 +178,10 @@ TEST_F(Files, CopyFileFailures) {
 
 TEST_F(Files, DeleteDirectoryFilesKeepsSubdirectories) {
     fs::create_directory(Path("work"));
-    WriteFile(Path("work/a.log"), "a");
-    WriteFile(Path("work/.b"), "b");
+    WriteFileText(Path("work/a.log"), "a");
+    WriteFileText(Path("work/.b"), "b");
     fs::create_directory(Path("work/sub"));
-    WriteFile(Path("work/sub/c"), "c");
+    WriteFileText(Path("work/sub/c"), "c");
     DeleteDirectoryFiles(Path("work").c_str());
     EXPECT_FALSE(fs::exists(Path("work/a.log")));
     EXPECT_FALSE(fs::exists(Path("work/.b")));
@@ -197,7 +195,7 @@ TEST_F(Files, CreateDeleteAndRemove) {
     ASSERT_TRUE(CreateDirectoryA(Path("made").c_str()));
     EXPECT_FALSE(CreateDirectoryA(Path("made").c_str()));
     EXPECT_EQ(GetLastError(), ERROR_FILE_EXISTS);
-    WriteFile(Path("made/f"), "f");
+    WriteFileText(Path("made/f"), "f");
     EXPECT_TRUE(DeleteFileA(Path("made/f").c_str()));
     EXPECT_FALSE(DeleteFileA(Path("made/f").c_str()));
     EXPECT_EQ(GetLastError(), ERROR_FILE_NOT_FOUND);

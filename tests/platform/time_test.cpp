@@ -8,21 +8,12 @@
 
 #include "platform/errors.h"
 #include "platform/time.h"
-#include "support/time_zone.h"
+#include "support/scoped_time_zone.h"
+#include "support/system_time.h"
 
 namespace {
 
-SYSTEMTIME MakeSystemTime(int y, int mo, int d, int h = 0, int mi = 0, int s = 0, int ms = 0) {
-    SYSTEMTIME st{};
-    st.wYear = static_cast<WORD>(y);
-    st.wMonth = static_cast<WORD>(mo);
-    st.wDay = static_cast<WORD>(d);
-    st.wHour = static_cast<WORD>(h);
-    st.wMinute = static_cast<WORD>(mi);
-    st.wSecond = static_cast<WORD>(s);
-    st.wMilliseconds = static_cast<WORD>(ms);
-    return st;
-}
+using testsupport::MakeSystemTime;
 
 void ExpectSameTime(const SYSTEMTIME &a, const SYSTEMTIME &b) {
     EXPECT_EQ(a.wYear, b.wYear);

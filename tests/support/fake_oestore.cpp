@@ -3,6 +3,8 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "support/fake_mime.h"
+
 namespace testsupport {
 
 namespace {
@@ -61,10 +63,9 @@ HRESULT FakeStoreFolder::OpenMessage(MESSAGEID dwMessageId, REFIID riid, void **
         return CreateStreamOnBytes(pMessage->source.data(), pMessage->source.size(),
                                    reinterpret_cast<IStream **>(ppvObject));
     if (riid != IID_IMimeMessage) return E_NOINTERFACE;
-    FakeMimeMessage *pMime = FakeMimeMessage::FromSource(pMessage->source);
+    IMimeMessage *pMime = ParseMessage(pMessage->source);
     if (!pMime) return E_FAIL;
-    pMime->hrBindToObject = hrMessageBindToObject;
-    *ppvObject = static_cast<IMimeMessage *>(pMime);
+    *ppvObject = pMime;
     return S_OK;
 }
 
@@ -278,30 +279,6 @@ FakeStoreFolder *FakeStoreNamespace::AddFolder(STOREFOLDERID dwParentId, const s
 FakeStoreFolder *FakeStoreNamespace::Folder(STOREFOLDERID dwFolderId) {
     auto it = m_folders.find(dwFolderId);
     return it == m_folders.end() ? nullptr : it->second.pFolder;
-}
-
-// ---- FakeMimeMessage ----
-
-FakeMimeMessage *FakeMimeMessage::FromSource(const std::string &source) {
-    IMimeMessage *pInner = nullptr;
-    if (FAILED(MimeOleCreateMessage(nullptr, &pInner))) return nullptr;
-    IStream *pStream = nullptr;
-    HRESULT hr = CreateStreamOnBytes(source.data(), source.size(), &pStream);
-    if (SUCCEEDED(hr)) hr = pInner->Load(pStream);
-    if (pStream) pStream->Release();
-    FakeMimeMessage *pMessage = SUCCEEDED(hr) ? new FakeMimeMessage(pInner) : nullptr;
-    pInner->Release();
-    return pMessage;
-}
-
-HRESULT FakeMimeMessage::QueryInterface(REFIID riid, void **ppv) {
-    if (riid == IID_IUnknown || riid == IID_IMimeMessage || riid == IID_IPersistStreamInit || riid == IID_IPersist) {
-        AddRef();
-        *ppv = static_cast<IMimeMessage *>(this);
-        return S_OK;
-    }
-    *ppv = nullptr;
-    return E_NOINTERFACE;
 }
 
 } // namespace testsupport

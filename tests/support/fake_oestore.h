@@ -1,7 +1,7 @@
 // Fakes of the message store's interfaces (platform/msgstore.h) that hold their folders and messages in memory,
 // fail on demand and count what is still open, so that a test can drive COELib into every failure path and check
 // that it gave everything back. A message opened as IID_IMimeMessage is the real MIME object parsed from the
-// fake message's source; FakeMimeMessage wraps one to make single calls fail.
+// fake message's source.
 #pragma once
 
 #include <map>
@@ -58,7 +58,6 @@ public:
     HRESULT hrOpenMessage = S_OK;     // OpenMessage answers this (and no object) when set
     HRESULT hrGetMessageProps = S_OK; // GetMessageProps answers this when set
     HRESULT hrSetFlags = S_OK;
-    HRESULT hrMessageBindToObject = S_OK; // given to every FakeMimeMessage that OpenMessage hands out
     int nFailEnumAfter = -1;          // with n >= 0 the enumeration fails with E_FAIL after n messages
     int cLiveProps = 0;               // props filled and not yet freed
     int cOpenEnums = 0;               // enumerations not yet closed
@@ -121,76 +120,6 @@ private:
     std::map<HENUMSTORE, std::vector<STOREFOLDERID>> m_enums; // enumeration -> children still to come
     uintptr_t m_nNextEnum = 1;
     int cSubFoldersHanded = 0;
-};
-
-// A real MIME message behind a wrapper that fails chosen calls: BindToObject with hrBindToObject, GetFlags with
-// hrGetFlags. Everything else goes to the wrapped message.
-class FakeMimeMessage : public CRefCounted<IMimeMessage> {
-public:
-    explicit FakeMimeMessage(IMimeMessage *pInner) : m_pInner(pInner) { m_pInner->AddRef(); }
-    // A message parsed from source; null if it doesn't parse.
-    static FakeMimeMessage *FromSource(const std::string &source);
-
-    HRESULT QueryInterface(REFIID riid, void **ppv) override;
-    HRESULT GetClassID(CLSID *pClassID) override { return m_pInner->GetClassID(pClassID); }
-    HRESULT IsDirty() override { return m_pInner->IsDirty(); }
-    HRESULT Load(IStream *pStm) override { return m_pInner->Load(pStm); }
-    HRESULT Save(IStream *pStm, BOOL fClearDirty) override { return m_pInner->Save(pStm, fClearDirty); }
-    HRESULT GetSizeMax(ULARGE_INTEGER *pcbSize) override { return m_pInner->GetSizeMax(pcbSize); }
-    HRESULT InitNew() override { return m_pInner->InitNew(); }
-    HRESULT GetMessageSource(IStream **ppStream, DWORD dwFlags) override {
-        return m_pInner->GetMessageSource(ppStream, dwFlags);
-    }
-    HRESULT GetFlags(DWORD *pdwFlags) override {
-        return FAILED(hrGetFlags) ? hrGetFlags : m_pInner->GetFlags(pdwFlags);
-    }
-    HRESULT Commit(DWORD dwFlags) override { return m_pInner->Commit(dwFlags); }
-    HRESULT BindToObject(const HBODY hBody, REFIID riid, void **ppvObject) override {
-        return hrBindToObject != S_OK ? hrBindToObject : m_pInner->BindToObject(hBody, riid, ppvObject);
-    }
-    HRESULT DeleteBody(HBODY hBody, DWORD dwFlags) override { return m_pInner->DeleteBody(hBody, dwFlags); }
-    HRESULT IsBodyType(HBODY hBody, IMSGBODYTYPE bodytype) override { return m_pInner->IsBodyType(hBody, bodytype); }
-    HRESULT GetBodyProp(HBODY hBody, LPCSTR pszName, DWORD dwFlags, LPPROPVARIANT pValue) override {
-        return m_pInner->GetBodyProp(hBody, pszName, dwFlags, pValue);
-    }
-    HRESULT SetBodyProp(HBODY hBody, LPCSTR pszName, DWORD dwFlags, LPCPROPVARIANT pValue) override {
-        return m_pInner->SetBodyProp(hBody, pszName, dwFlags, pValue);
-    }
-    HRESULT GetProp(LPCSTR pszName, DWORD dwFlags, LPPROPVARIANT pValue) override {
-        return m_pInner->GetProp(pszName, dwFlags, pValue);
-    }
-    HRESULT SetProp(LPCSTR pszName, DWORD dwFlags, LPCPROPVARIANT pValue) override {
-        return m_pInner->SetProp(pszName, dwFlags, pValue);
-    }
-    HRESULT DeleteProp(LPCSTR pszName) override { return m_pInner->DeleteProp(pszName); }
-    HRESULT GetTextBody(DWORD dwTxtType, ENCODINGTYPE ietEncoding, IStream **ppStream, LPHBODY phBody) override {
-        return m_pInner->GetTextBody(dwTxtType, ietEncoding, ppStream, phBody);
-    }
-    HRESULT SetTextBody(DWORD dwTxtType, ENCODINGTYPE ietEncoding, HBODY hAlternative, IStream *pStream,
-                        LPHBODY phBody) override {
-        return m_pInner->SetTextBody(dwTxtType, ietEncoding, hAlternative, pStream, phBody);
-    }
-    HRESULT AttachObject(REFIID riid, void *pvObject, LPHBODY phBody) override {
-        return m_pInner->AttachObject(riid, pvObject, phBody);
-    }
-    HRESULT AttachFile(LPCSTR pszFilePath, IStream *pstmFile, LPHBODY phBody) override {
-        return m_pInner->AttachFile(pszFilePath, pstmFile, phBody);
-    }
-    HRESULT GetAttachments(ULONG *pcAttach, LPHBODY *pprghAttach) override {
-        return m_pInner->GetAttachments(pcAttach, pprghAttach);
-    }
-    HRESULT GetAddressFormat(DWORD dwAdrType, ADDRESSFORMAT format, LPSTR *ppszFormat) override {
-        return m_pInner->GetAddressFormat(dwAdrType, format, ppszFormat);
-    }
-
-    HRESULT hrBindToObject = S_OK;
-    HRESULT hrGetFlags = S_OK;
-
-protected:
-    ~FakeMimeMessage() override { m_pInner->Release(); }
-
-private:
-    IMimeMessage *m_pInner;
 };
 
 } // namespace testsupport

@@ -1,17 +1,9 @@
 #include "support/log_text.h"
 
-#include <fstream>
 #include <regex>
 #include <sstream>
 
 namespace testsupport {
-
-std::string ReadFileText(const std::filesystem::path &path) {
-    std::ifstream in(path, std::ios::binary);
-    std::ostringstream text;
-    text << in.rdbuf();
-    return text.str();
-}
 
 std::vector<std::string> StripTimeStamps(const std::string &text) {
     static const std::regex stamp(R"(^\d\d/\d\d/\d{4} \d\d:\d\d:\d\d )");

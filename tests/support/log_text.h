@@ -1,14 +1,12 @@
-// Reading log files back in tests, byte for byte.
+// Log text read back in tests, with the time stamps cut off.
 #pragma once
 
-#include <filesystem>
 #include <string>
 #include <vector>
 
-namespace testsupport {
+#include "support/file_text.h"
 
-// The whole content of a file; empty if it cannot be read.
-std::string ReadFileText(const std::filesystem::path &path);
+namespace testsupport {
 
 // The lines of a log text with the time stamp ("dd/mm/yyyy hh:mm:ss ") cut off where a line has one, so that a
 // line reads "Err[0x80004005] in CLabel::Method: message". Empty lines, which a message's own line ends leave,

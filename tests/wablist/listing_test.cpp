@@ -3,7 +3,8 @@
 #include <cstring>
 
 #include "book_fixture.h"
-#include "support/time_zone.h"
+#include "support/scoped_time_zone.h"
+#include "support/system_time.h"
 
 using namespace wablist;
 
@@ -14,17 +15,6 @@ const std::string kBook = Card("VERSION:3.0\r\nUID:ada\r\nFN:Ada\r\nEMAIL:ada@ex
                           Card("VERSION:4.0\r\nUID:bob\r\nFN:Bob\r\nREV:20200101T100000Z\r\n") +
                           Card("VERSION:4.0\r\nUID:team\r\nKIND:group\r\nFN:Team\r\nREV:20200201T100000Z\r\n") +
                           Card("VERSION:4.0\r\nUID:cy\r\nFN:Cy\r\nREV:20200201T100000Z\r\n");
-
-SYSTEMTIME Local(int y, int mo, int d, int h, int mi, int s) {
-    SYSTEMTIME st{};
-    st.wYear = static_cast<uint16_t>(y);
-    st.wMonth = static_cast<uint16_t>(mo);
-    st.wDay = static_cast<uint16_t>(d);
-    st.wHour = static_cast<uint16_t>(h);
-    st.wMinute = static_cast<uint16_t>(mi);
-    st.wSecond = static_cast<uint16_t>(s);
-    return st;
-}
 
 class ListingTest : public BookFixture {};
 
@@ -83,10 +73,10 @@ TEST_F(ListingTest, DateFilterIsInclusiveInLocalTime) {
     testsupport::ScopedTimeZone zone("UTC-2"); // two hours east of UTC
     WriteText(Path("book.vcf"), kBook);
     Open(Path("book.vcf"));
-    SYSTEMTIME exact = Local(2020, 2, 1, 12, 0, 0); // 10:00 UTC, the time of Team and Cy
+    SYSTEMTIME exact = testsupport::MakeSystemTime(2020, 2, 1, 12, 0, 0); // 10:00 UTC, the time of Team and Cy
     ASSERT_EQ(List(nullptr, 0, &exact, true, false), 0);
     EXPECT_EQ(Names(), (std::vector<std::string>{"Team", "Cy", "Ada"}));
-    SYSTEMTIME after = Local(2020, 2, 1, 12, 0, 1);
+    SYSTEMTIME after = testsupport::MakeSystemTime(2020, 2, 1, 12, 0, 1);
     ASSERT_EQ(List(nullptr, 0, &after), 0);
     EXPECT_EQ(Names(), std::vector<std::string>{"Ada"});
     ASSERT_EQ(List(nullptr, MAPI_DISTLIST, &exact), 0);
@@ -96,7 +86,7 @@ TEST_F(ListingTest, DateFilterIsInclusiveInLocalTime) {
 TEST_F(ListingTest, InvalidDateListsNothing) {
     WriteText(Path("book.vcf"), kBook);
     Open(Path("book.vcf"));
-    SYSTEMTIME bad = Local(2020, 13, 1, 0, 0, 0);
+    SYSTEMTIME bad = testsupport::MakeSystemTime(2020, 13, 1, 0, 0, 0);
     m_log.Clear();
     EXPECT_EQ(List(nullptr, 0, &bad), -2);
     EXPECT_EQ(m_pItems, nullptr);
