@@ -3,13 +3,17 @@
 // goes on past an item that is gone; the report, also of a run, opens in a headless browser.
 #include <gtest/gtest.h>
 
+#include <fcntl.h>
+#include <sched.h>
 #include <signal.h>
+#include <sys/mount.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <chrono>
 #include <cstdlib>
 #include <fstream>
+#include <functional>
 #include <map>
 #include <random>
 #include <set>
@@ -89,6 +93,56 @@ size_t CountLines(const std::string &text, const std::string &prefix) {
     return Count("\n" + text, "\n" + prefix);
 }
 
+// Runs the tool with its standard output into a pipe that is full already: the tool stalls at the line it prints
+// after its first action, and onHold runs while it waits there (after the scan, before any further action). Then
+// the pipe is drained; *pOut gets what the tool printed, and errors the file its standard error went to. The exit
+// code, or -1.
+int RunHeldAfterFirstAction(const std::vector<std::string> &args, const fs::path &journals,
+                            const std::function<void()> &onHold, std::string *pOut,
+                            const fs::path &errors = "/dev/null") {
+    int fds[2];
+    if (pipe(fds) != 0) return -1;
+    fcntl(fds[1], F_SETFL, O_NONBLOCK);
+    size_t nFill = 0;
+    const std::string block(4096, '-');
+    for (ssize_t n; (n = write(fds[1], block.data(), block.size())) > 0;) nFill += static_cast<size_t>(n);
+    for (; write(fds[1], "-", 1) == 1;) ++nFill; // the last page too, byte by byte
+    fcntl(fds[1], F_SETFL, 0);
+    const size_t nJournals = tessel::ListJournals(journals).size();
+    const pid_t pid = fork();
+    if (pid == 0) {
+        dup2(fds[1], STDOUT_FILENO);
+        freopen(errors.c_str(), "w", stderr);
+        close(fds[0]);
+        close(fds[1]);
+        std::vector<char *> argv{const_cast<char *>(TESSEL_CLI)};
+        for (const std::string &arg : args) argv.push_back(const_cast<char *>(arg.c_str()));
+        argv.push_back(nullptr);
+        execv(TESSEL_CLI, argv.data());
+        _exit(127);
+    }
+    close(fds[1]);
+    // Held once the journal has the first action's after line: the line printed next can't go out.
+    bool bHeld = false;
+    for (int nWait = 0; nWait < 6000 && !bHeld && waitpid(pid, nullptr, WNOHANG) == 0; ++nWait) {
+        const auto all = tessel::ListJournals(journals);
+        std::string strError;
+        const auto journal = all.size() > nJournals ? tessel::ReadJournal(all.back(), &strError) : std::nullopt;
+        bHeld = journal && !journal->actions.empty() && journal->actions.front().after.has_value();
+        if (!bHeld) usleep(10000);
+    }
+    if (bHeld) onHold();
+    std::string out;
+    char buffer[4096];
+    for (ssize_t n; (n = read(fds[0], buffer, sizeof buffer)) > 0;) out.append(buffer, static_cast<size_t>(n));
+    close(fds[0]);
+    int nStatus = 0;
+    waitpid(pid, &nStatus, 0);
+    *pOut = out.size() >= nFill ? out.substr(nFill) : std::string();
+    if (!bHeld) return -1;
+    return WIFEXITED(nStatus) ? WEXITSTATUS(nStatus) : -1;
+}
+
 class DedupeRun : public ::testing::Test {
 protected:
     void SetUp() override { setenv("XDG_STATE_HOME", (m_tmp.path() / "state").c_str(), 1); }
@@ -140,6 +194,106 @@ TEST_F(DedupeRun, UndoReportsAnItemThatIsGoneAndRestoresTheRest) {
     EXPECT_EQ(CountLines(out, "missing: Archive  \"Quarterly report Q3\""), 1u) << out;
     EXPECT_EQ(CountLines(out, "restored: "), 7u) << out;
     EXPECT_NE(out.find("Undo: 7 restored, 0 had nothing to undo, 1 missing"), std::string::npos) << out;
+}
+
+// Another program changes the store while the run is under way: one duplicate is gone, another got a flag. Both are
+// skipped with their reason and counted, the others are done, and the undo restores what was done.
+TEST_F(DedupeRun, ItemsChangedSinceTheScanAreSkippedAndTheRestGoesOn) {
+    const fs::path store = Copy("mail"), expected = m_tmp.path() / "expected";
+    fs::copy(store, expected, fs::copy_options::recursive);
+    // What the other program does, to the store under way and to a copy that shows how the undo should leave it.
+    const auto change = [](const fs::path &root) {
+        fs::remove(root / ".Lists" / "cur" / "1709003000.M6P4242.sample:2,S");
+        fs::rename(root / ".Sent" / "cur" / "1709006000.M13P4242.sample:2,S",
+                   root / ".Sent" / "cur" / "1709006000.M13P4242.sample:2,FS");
+    };
+    change(expected);
+    std::string out;
+    const int nExit = RunHeldAfterFirstAction({"--store", store.string(), "mail", "dedupe", "--apply"},
+                                              m_tmp.path() / "state" / "tessel", [&] { change(store); }, &out);
+    ASSERT_EQ(nExit, 0) << out;
+    EXPECT_EQ(CountLines(out, "skipped: Lists  \"Server maintenance window\"  Ops Team (it is gone)"), 1u) << out;
+    EXPECT_EQ(CountLines(out, "skipped: Sent  \"Budget proposal 2024\"  Sam Sample (its flags changed)"), 1u) << out;
+    EXPECT_EQ(CountLines(out, "moved to Trash: "), 6u) << out;
+    EXPECT_NE(out.find("Dedupe: 7 groups, 8 duplicates: 6 moved to Trash, 2 skipped, 0 failed."), std::string::npos)
+        << out;
+    ASSERT_EQ(Tool("undo", &out), 0) << out;
+    EXPECT_NE(out.find("Undo: 6 restored, 0 had nothing to undo, 0 missing"), std::string::npos) << out;
+    EXPECT_EQ(Snapshot(store, true), Snapshot(expected, true));
+}
+
+// The disk fills up while the run is under way: the next action fails, the run stops at once with a message that
+// says so, the journal reads back whole, and once there is room again the undo restores the store. The store and
+// the journal live on a small tmpfs of their own, mounted in a private user and mount namespace.
+TEST_F(DedupeRun, AFullDiskStopsTheRunAndTheJournalStaysWhole) {
+    const fs::path mount = m_tmp.path() / "small", results = m_tmp.path() / "results";
+    fs::create_directories(mount);
+    const pid_t pid = fork();
+    if (pid == 0) {
+        // The namespace applies to this child only; it reports through files outside the mount.
+        const std::string uid = "0 " + std::to_string(getuid()) + " 1", gid = "0 " + std::to_string(getgid()) + " 1";
+        if (unshare(CLONE_NEWUSER | CLONE_NEWNS) != 0) _exit(77);
+        std::ofstream("/proc/self/setgroups") << "deny";
+        std::ofstream("/proc/self/uid_map") << uid;
+        std::ofstream("/proc/self/gid_map") << gid;
+        if (::mount(nullptr, "/", nullptr, MS_REC | MS_PRIVATE, nullptr) != 0 ||
+            ::mount("tessel-small", mount.c_str(), "tmpfs", 0, "size=4m") != 0)
+            _exit(77);
+        const fs::path store = mount / "mail", journals = mount / "state" / "tessel";
+        setenv("XDG_STATE_HOME", (mount / "state").c_str(), 1);
+        fs::copy(testsupport::SourceDir() / "samples" / "mail", store, fs::copy_options::recursive);
+        const auto before = Snapshot(store);
+        std::string out;
+        const int nExit = RunHeldAfterFirstAction({"--store", store.string(), "mail", "dedupe", "--apply"}, journals,
+                                                  [&] {
+                                                      std::ofstream filler(mount / "filler", std::ios::binary);
+                                                      const std::string block(65536, 'x');
+                                                      while (filler.write(block.data(), block.size())) {}
+                                                  },
+                                                  &out, results / "errors.txt");
+        std::ofstream(results / "dedupe.txt") << nExit << "\n" << out;
+        std::string strError;
+        const auto all = tessel::ListJournals(journals);
+        const auto journal = all.empty() ? std::nullopt : tessel::ReadJournal(all.back(), &strError);
+        std::ofstream(results / "journal.txt")
+            << (journal ? std::to_string(journal->actions.size()) + " actions, " +
+                              std::to_string(journal->nBadLines) + " bad lines, " + (journal->end ? "ended" : "no end")
+                        : "unreadable: " + strError);
+        fs::remove(mount / "filler");
+        Tool("undo", &out);
+        std::ofstream(results / "undo.txt") << out;
+        // "same", or the folders of the files that differ.
+        const auto after = Snapshot(store);
+        std::string same = after == before ? "same" : "";
+        for (const auto *pSide : {&before, &after})
+            for (const std::string &file : *pSide)
+                if ((pSide == &before ? after : before).count(file) < pSide->count(file))
+                    same += (pSide == &before ? "lost: " : "new: ") + file.substr(0, file.find('\t')) + "\n";
+        std::ofstream(results / "same.txt") << same;
+        _exit(0);
+    }
+    fs::create_directories(results);
+    int nStatus = 0;
+    waitpid(pid, &nStatus, 0);
+    if (WIFEXITED(nStatus) && WEXITSTATUS(nStatus) == 77)
+        GTEST_SKIP() << "no private mount namespace here to fill a small disk in";
+    ASSERT_TRUE(WIFEXITED(nStatus) && WEXITSTATUS(nStatus) == 0);
+    const std::string dedupe = ReadAll(results / "dedupe.txt");
+    EXPECT_EQ(dedupe.substr(0, 2), "1\n") << dedupe; // exit code 1
+    EXPECT_EQ(CountLines(dedupe, "moved to Trash: "), 1u) << dedupe;
+    EXPECT_EQ(CountLines(dedupe, "failed (0x80030070, the disk is full): Work  \"Re: Lunch on Friday\""), 1u) << dedupe;
+    EXPECT_EQ(dedupe.find("Dedupe: "), std::string::npos) << dedupe; // stopped at once, no summary of a whole run
+    const std::string errors = ReadAll(results / "errors.txt");
+    EXPECT_NE(errors.find("tessel: the disk is full; stopped after 1 action, which is in the journal "),
+              std::string::npos)
+        << errors;
+    EXPECT_EQ(ReadAll(results / "journal.txt"), "2 actions, 0 bad lines, no end");
+    const std::string undo = ReadAll(results / "undo.txt");
+    // The failed move got as far as Deleted Items (only the index could not be written): it comes back too.
+    EXPECT_NE(undo.find("Undo: 2 restored, 0 had nothing to undo, 0 missing, 0 could not be undone, 0 failed."),
+              std::string::npos)
+        << undo;
+    EXPECT_EQ(ReadAll(results / "same.txt"), "same");
 }
 
 TEST_F(DedupeRun, MovedItemsMoveBackOnUndo) {

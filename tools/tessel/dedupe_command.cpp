@@ -215,7 +215,8 @@ int RunDedupe(const StoreKind &kind, ToolContext &ctx, const DedupeOptions &opti
         std::fflush(stdout);
         if (IsDiskFull(nStatus))
             return Fail(kExitFailure, "the disk is full; stopped after " + std::to_string(counts.nDone) +
-                                          " actions, which are in the journal " + pJournal->Path().string() +
+                                          (counts.nDone == 1 ? " action, which is" : " actions, which are") +
+                                          " in the journal " + pJournal->Path().string() +
                                           " (`tessel undo` reverses them)");
     }
     progress.Finish();

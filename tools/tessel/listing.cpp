@@ -94,7 +94,15 @@ ItemInfo ContactItem(const WABItem &it, const FolderInfo &folder) {
 std::string StatusText(int32_t nStatus) {
     char sz[32];
     std::snprintf(sz, sizeof sz, "0x%08X", static_cast<uint32_t>(nStatus));
-    return sz;
+    // The few a user can act on get words too.
+    switch (static_cast<uint32_t>(nStatus)) {
+    case 0x80030070u: // STG_E_MEDIUMFULL
+    case 0x80070070u: return std::string(sz) + ", the disk is full";
+    case 0x80030005u: // STG_E_ACCESSDENIED
+    case 0x80070005u: return std::string(sz) + ", permission denied";
+    case 0x8004010Fu: return std::string(sz) + ", not found";
+    default: return sz;
+    }
 }
 
 bool ListFolders(CSession &session, std::vector<FolderInfo> &folders, std::string &strError) {

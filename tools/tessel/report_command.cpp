@@ -152,6 +152,19 @@ bool GroupsFromJournal(CSession &session, const tessel::Journal &journal, std::v
     return true;
 }
 
+// The book lists no sizes: a card's size is that of its text, from the journal for a removed card.
+void SizeCards(const std::string &strBook, std::vector<GroupItems> &groups) {
+    for (GroupItems &group : groups)
+        for (size_t i = 0; i < group.items.size(); ++i) {
+            ItemInfo &item = group.items[i];
+            if (item.nSize > 0) continue;
+            CardText card;
+            std::string strIgnored;
+            if (i < group.cards.size() && !group.cards[i].empty()) item.nSize = static_cast<int64_t>(group.cards[i].size());
+            else if (ReadCardText(strBook, item.strEntry, card, strIgnored)) item.nSize = static_cast<int64_t>(card.strText.size());
+        }
+}
+
 int RunReport(const StoreKind &kind, ToolContext &ctx, const ReportOptions &options) {
     std::string strError;
     std::optional<tessel::Journal> journal;
@@ -190,6 +203,8 @@ int RunReport(const StoreKind &kind, ToolContext &ctx, const ReportOptions &opti
             groups.push_back(std::move(items));
         }
     }
+
+    if (kind.nAPI == API_WAB) SizeCards(session.Location(), groups);
 
     tessel::ReportData data;
     data.sTitle = kind.nAPI == API_OE ? "Duplicate messages" : "Duplicate contacts";
