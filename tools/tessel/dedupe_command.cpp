@@ -243,19 +243,20 @@ void RegisterDedupeCommand(CLI::App &parent, const StoreKind &kind, ToolContext 
     AddScanOptions(*pCmd, kind, pOptions->scan);
     pCmd->add_option("--action", pOptions->strAction,
                      kind.nAPI == API_OE
-                         ? "trash (move to Deleted Items, made if missing; the default), delete (for good, needs "
-                           "--yes), move:FOLDER, mark (flag the duplicates)"
+                         ? "trash (move to the Deleted Items folder, Trash, made if missing; the default), delete "
+                           "(for good, needs --yes), move:FOLDER, mark (flag the duplicates)"
                          : "trash (removed, the card kept in the journal; the default), delete (for good, needs "
                            "--yes), move:CONTAINER, mark (prefix the display name, see --prefix)");
     if (kind.nAPI == API_WAB)
-        pCmd->add_option("--prefix", pOptions->strPrefix, "the mark put before a duplicate's display name");
+        pCmd->add_option("--prefix", pOptions->strPrefix,
+                         "the mark put before a duplicate's display name (default \"[duplicate] \")");
     pCmd->add_flag("--apply", pOptions->bApply, "change the store (each action is journaled; `tessel undo` reverses)");
     pCmd->add_flag("--yes", pOptions->bYes, "confirm --action delete");
     pCmd->footer("Without --apply: prints each group's kept item and what each duplicate would undergo, and changes "
                  "nothing. With --apply: prints each action as it is done and a summary, and writes a journal to "
                  "$XDG_STATE_HOME/tessel (default ~/.local/state/tessel) from which `tessel undo` reverses the run, "
-                 "even one that was interrupted. An item that changed since the scan is skipped and counted; a full "
-                 "disk stops the run. Exit code 0 when every action worked, 1 when one failed or the store could "
+                 "even one that was interrupted. An item that changed since the scan (or whose original did) is skipped "
+                 "with its reason and counted, and the run goes on; a full disk stops it at once. Exit code 0 when every action worked, 1 when one failed or the store could "
                  "not be read, 2 for a wrong command line.");
     pCmd->callback([&kind, &ctx, pOptions] { ctx.nExit = RunDedupe(kind, ctx, *pOptions); });
 }

@@ -233,7 +233,13 @@ int RunReport(const StoreKind &kind, ToolContext &ctx, const ReportOptions &opti
             ++nUnreadable;
             continue;
         }
-        view.items = groups[i].items; // where the items are (or were) in the user's book
+        // Where the items are (or were) in the user's book; a removed card's e-mail and date come from its copy.
+        for (size_t k = 0; k < view.items.size(); ++k) {
+            ItemInfo &item = groups[i].items[k];
+            if (item.strWho.empty()) item.strWho = view.items[k].strWho;
+            if (item.ftDate.dwLowDateTime == 0 && item.ftDate.dwHighDateTime == 0) item.ftDate = view.items[k].ftDate;
+        }
+        view.items = groups[i].items;
         data.groups.push_back(ToReportGroup(view, groups[i]));
     }
     progress.Finish();
@@ -258,6 +264,11 @@ void RegisterReportFor(CLI::App &report, const StoreKind &kind, ToolContext &ctx
     pCmd->add_option("--journal", pOptions->strJournal,
                      "report the groups of an applied dedupe from its journal instead of a new scan (its store, "
                      "and its --by unless given), each item where it is now");
+    pCmd->footer("Writes one self-contained page: a summary (items, groups, bytes a dedupe would free, a chart of "
+                 "group sizes), then each group's matrix (one column per item, the original marked, equal values in "
+                 "one colour) and attachments. Groups past the first dozen start collapsed; a filter box narrows "
+                 "them. Exit code 0, 1 when the store could not be read or the page not written, 2 for a wrong "
+                 "command line.");
     pCmd->callback([&kind, &ctx, pOptions] { ctx.nExit = RunReport(kind, ctx, *pOptions); });
 }
 

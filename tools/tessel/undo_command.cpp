@@ -264,6 +264,7 @@ void RegisterUndoCommand(CLI::App &app, ToolContext &ctx) {
                  "marks come off, removed contacts are written back from the journal; a delete for good can't be "
                  "undone. Journals are in $XDG_STATE_HOME/tessel (default ~/.local/state/tessel). Undo may be run "
                  "again: what is reversed already is left alone. An item that is no longer where the journal says "
-                 "is reported, and the rest goes on. Exit code 1 when something could not be restored.");
+                 "is reported, and the rest goes on. Exit code 0 when everything that could be undone was, 1 when an item "
+                 "was missing or could not be restored, 2 for a journal that can't be read.");
     pCmd->callback([&ctx, pOptions] { ctx.nExit = RunUndo(ctx, *pOptions); });
 }
