@@ -165,7 +165,8 @@ TEST_F(DedupeRun, MailTrashThenUndoGivesBackTheSameFiles) {
     EXPECT_EQ(CountLines(out, "group "), 7u) << out;
     EXPECT_EQ(CountLines(out, "group 1: keep Inbox  \"Quarterly report Q3\"  Carol Diaz"), 1u) << out;
     EXPECT_EQ(CountLines(out, "  would move to Trash: "), 8u) << out;
-    ASSERT_EQ(Tool("--store " + store.string() + " mail dedupe --apply"), 0);
+    ASSERT_EQ(Tool("--store " + store.string() + " mail dedupe --apply", &out), 0);
+    EXPECT_EQ(CountLines(out, "Undo with: tessel undo"), 1u) << out;
     EXPECT_NE(Snapshot(store), before);
     ASSERT_EQ(Tool("undo"), 0);
     EXPECT_EQ(Snapshot(store), before);
@@ -294,6 +295,24 @@ TEST_F(DedupeRun, AFullDiskStopsTheRunAndTheJournalStaysWhole) {
               std::string::npos)
         << undo;
     EXPECT_EQ(ReadAll(results / "same.txt"), "same");
+}
+
+TEST_F(DedupeRun, DeleteAsksForYesAndItsUndoSaysItCantThenStepsAside) {
+    const fs::path book = Copy("contacts");
+    const auto before = Snapshot(book);
+    std::string out;
+    EXPECT_EQ(Tool("--book " + book.string() + " contacts dedupe --action delete --apply", &out), 2) << out;
+    EXPECT_EQ(Snapshot(book), before);
+    ASSERT_EQ(Tool("--book " + book.string() + " contacts dedupe --action delete --yes --apply", &out), 0) << out;
+    EXPECT_EQ(CountLines(out, "deleted for good: "), 5u) << out;
+    EXPECT_EQ(CountLines(out, "A delete for good can't be undone."), 1u) << out;
+    EXPECT_EQ(Snapshot(book).size(), before.size() - 5);
+    ASSERT_EQ(Tool("undo", &out), 0) << out;
+    EXPECT_NE(out.find("Undo: 0 restored, 0 had nothing to undo, 0 missing, 5 could not be undone, 0 failed."),
+              std::string::npos)
+        << out;
+    ASSERT_EQ(Tool("undo", &out), 0) << out; // the next undo does not stop at that run again
+    EXPECT_EQ(out.find("Nothing to undo"), 0u) << out;
 }
 
 TEST_F(DedupeRun, MovedItemsMoveBackOnUndo) {

@@ -226,10 +226,10 @@ int RunDedupe(const StoreKind &kind, ToolContext &ctx, const DedupeOptions &opti
                       {"failed", counts.nFailed},
                       {"finished", tessel::UtcTimestamp()}},
                      &strError);
-    std::printf("Dedupe: %zu groups, %zu duplicates: %zu %s, %zu skipped, %zu failed.\nJournal: %s\nUndo with: "
-                "tessel undo\n",
+    std::printf("Dedupe: %zu groups, %zu duplicates: %zu %s, %zu skipped, %zu failed.\nJournal: %s\n%s\n",
                 scan.groups.size(), actions.size(), counts.nDone, ActionVerb(plan, true).c_str(), counts.nSkipped,
-                counts.nFailed, pJournal->Path().c_str());
+                counts.nFailed, pJournal->Path().c_str(),
+                plan.action == ActionKind::Delete ? "A delete for good can't be undone." : "Undo with: tessel undo");
     return counts.nFailed ? kExitFailure : kExitOk;
 }
 
