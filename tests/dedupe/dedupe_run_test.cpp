@@ -1,6 +1,8 @@
 // The built command end to end on copies of the sample stores and on a generated store: dedupe --apply (trash,
-// move, mark) then undo gives back the same files; runs killed at random points are undone completely; an undo
-// goes on past an item that is gone; the report, also of a run, opens in a headless browser.
+// move, mark) then undo gives back the same files, and a delete for good asks first; items changed under a run are
+// skipped and the rest is done; a disk that fills up stops the run with its journal whole; runs killed at random
+// points are undone completely; an undo goes on past an item that is gone; the report, also of a run, opens in a
+// headless browser.
 #include <gtest/gtest.h>
 
 #include <fcntl.h>
