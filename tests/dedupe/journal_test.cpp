@@ -128,7 +128,7 @@ TEST(JournalReader, PairsBeforeAndAfterLinesBySequence) {
     EXPECT_EQ((*journal->actions[0].after)["new_entry"], "B");
     EXPECT_TRUE(journal->actions[0].NeedsUndo());
     EXPECT_FALSE(journal->actions[1].Done());
-    EXPECT_FALSE(journal->actions[1].NeedsUndo()); // a failed action changed nothing
+    EXPECT_TRUE(journal->actions[1].NeedsUndo()); // a failed action may have got halfway
     EXPECT_TRUE(journal->actions[2].Interrupted());
     EXPECT_TRUE(journal->actions[2].NeedsUndo());
     EXPECT_EQ(journal->nSkipped, 1);
@@ -140,7 +140,7 @@ TEST(JournalReader, AnUndoLineSettlesAnActionUnlessItWasMissing) {
     testsupport::TempDir tmp;
     auto pWriter = NewJournal(tmp.path());
     std::string sError;
-    for (int n = 1; n <= 3; ++n) {
+    for (int n = 1; n <= 4; ++n) {
         ASSERT_TRUE(pWriter->Append({{"type", "before"}, {"seq", n}}, &sError));
         ASSERT_TRUE(pWriter->Append({{"type", "after"}, {"seq", n}, {"result", "done"}}, &sError));
     }
@@ -148,12 +148,14 @@ TEST(JournalReader, AnUndoLineSettlesAnActionUnlessItWasMissing) {
     ASSERT_TRUE(pWriter->Append({{"type", "undo"}, {"seq", 1}, {"result", "restored"}}, &sError));
     ASSERT_TRUE(pWriter->Append({{"type", "undo"}, {"seq", 2}, {"result", "missing"}}, &sError));
     ASSERT_TRUE(pWriter->Append({{"type", "undo"}, {"seq", 3}, {"result", "not-done"}}, &sError));
+    ASSERT_TRUE(pWriter->Append({{"type", "undo"}, {"seq", 4}, {"result", "permanent"}}, &sError));
     auto journal = tessel::ReadJournal(pWriter->Path(), &sError);
     ASSERT_TRUE(journal);
     EXPECT_TRUE(journal->end);
     EXPECT_FALSE(journal->actions[0].NeedsUndo());
     EXPECT_TRUE(journal->actions[1].NeedsUndo()); // a later undo may still find it
     EXPECT_FALSE(journal->actions[2].NeedsUndo());
+    EXPECT_FALSE(journal->actions[3].NeedsUndo()); // deleted for good: nothing a later undo could do
     ASSERT_TRUE(pWriter->Append({{"type", "undo"}, {"seq", 2}, {"result", "restored"}}, &sError));
     journal = tessel::ReadJournal(pWriter->Path(), &sError);
     EXPECT_FALSE(journal->HasWorkForUndo());

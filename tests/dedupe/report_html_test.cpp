@@ -115,6 +115,19 @@ TEST(ReportHtml, LongTextsAreCutAtACharacterBoundary) {
     EXPECT_EQ(html.find("\xc3\xe2"), std::string::npos);
 }
 
+TEST(ReportHtml, OnlyACutTextHasATooltipAndOnlyWhereItFirstStands) {
+    ReportData data = testdedupe::SampleReport(0);
+    tessel::ReportGroup g = testdedupe::SampleGroup(2, 1);
+    const std::string sLong(400, 'w');
+    g.rows = {{"subject", {1, 1}, {5, 5}, {"short", "short"}}, {"body", {1, 1}, {400, 400}, {sLong, sLong}}};
+    data.groups.push_back(g);
+    const std::string html = RenderReportHtml(data);
+    EXPECT_EQ(html.find("title=\"short\""), std::string::npos);
+    const size_t nTip = html.find("title=\"" + sLong + "\"");
+    ASSERT_NE(nTip, std::string::npos);
+    EXPECT_EQ(html.find("title=\"" + sLong + "\"", nTip + 1), std::string::npos);
+}
+
 TEST(ReportHtml, IsSelfContained) {
     const std::string html = RenderReportHtml(testdedupe::SampleReport(5));
     EXPECT_EQ(html.find(" src="), std::string::npos);

@@ -1,6 +1,7 @@
 // tessel mail dedupe / tessel contacts dedupe: a scan, then one action on every duplicate (the original stays).
 // A dry run unless --apply; an applied run keeps a journal (journal.h) from which `tessel undo` restores the store.
 #include <cstdio>
+#include <filesystem>
 #include <memory>
 
 #include <CLI/CLI.hpp>
@@ -69,9 +70,16 @@ bool PrepareBefore(CSession &session, const DedupePlan &plan, const PlannedActio
         before["sha1"] = print.strSha1;
     } else {
         if (plan.action == ActionKind::Mark) before["name"] = tessel::BytesToJson(a.item.strTitle);
-        if (plan.action == ActionKind::Trash) {
+        if (plan.action != ActionKind::Delete) {
+            // The card's text lets undo put it back byte for byte (a moved card is a new card with a new UID); a
+            // mark or move without it is undone through the book, by name or by moving the copy back.
             CardText card;
-            if (!ReadCardText(session.Location(), a.item.strEntry, card, strWhy)) return false;
+            std::string strNoCard;
+            if (!ReadCardText(session.Location(), a.item.strEntry, card, strNoCard)) {
+                if (plan.action != ActionKind::Trash) return true;
+                strWhy = strNoCard;
+                return false;
+            }
             before["container"] = tessel::BytesToJson(card.strContainer);
             before["uid"] = tessel::BytesToJson(card.strUid);
             before["file"] = tessel::BytesToJson(card.strFile);
@@ -79,6 +87,12 @@ bool PrepareBefore(CSession &session, const DedupePlan &plan, const PlannedActio
         }
     }
     return true;
+}
+
+// A store status for a full disk or an exhausted quota: every further action would fail the same way.
+bool IsDiskFull(int32_t nStatus) {
+    const uint32_t n = static_cast<uint32_t>(nStatus);
+    return n == 0x80030070u /* STG_E_MEDIUMFULL */ || n == 0x80070070u /* ERROR_DISK_FULL as a status */;
 }
 
 // Does the action; the new entry (if any) goes into after.
@@ -99,7 +113,7 @@ int32_t Perform(CSession &session, const DedupePlan &plan, const PlannedAction &
         nStatus = TS_MoveItem(pLib, nApi, a.item.strEntry.c_str(), plan.strTargetEntry.c_str(), &pszNew);
         break;
     case ActionKind::Mark:
-        nStatus = nApi == API_OE ? OEMarkItem(pLib, a.item.strEntry.c_str(), kMsgFlagged)
+        nStatus = nApi == API_OE ? OEMarkItem(pLib, a.item.strEntry.c_str(), TS_MSG_FLAGGED)
                                  : WABMarkItem(pLib, a.item.strEntry.c_str(), plan.strPrefix.c_str());
         break;
     }
@@ -134,9 +148,13 @@ int RunDedupe(const StoreKind &kind, ToolContext &ctx, const DedupeOptions &opti
     const std::vector<PlannedAction> actions = PlanActions(session, plan, scan);
 
     if (!options.bApply) {
-        for (const PlannedAction &a : actions)
-            std::printf("would %s: %s%s\n", ActionVerb(plan, false).c_str(), Describe(a.item).c_str(),
+        for (size_t i = 0; i < actions.size(); ++i) {
+            const PlannedAction &a = actions[i];
+            if (i == 0 || actions[i - 1].nGroup != a.nGroup)
+                std::printf("group %zu: keep %s\n", a.nGroup + 1, Describe(a.original).c_str());
+            std::printf("  would %s: %s%s\n", ActionVerb(plan, false).c_str(), Describe(a.item).c_str(),
                         a.strSkip.empty() ? "" : ("  (skipped: " + a.strSkip + ")").c_str());
+        }
         std::printf("Dry run: %zu %s, %zu groups; %zu duplicates would be %s. Nothing was changed; add --apply "
                     "to do it.\n",
                     scan.nItems, kind.pszItems, scan.groups.size(), actions.size(), ActionVerb(plan, true).c_str());
@@ -145,7 +163,8 @@ int RunDedupe(const StoreKind &kind, ToolContext &ctx, const DedupeOptions &opti
 
     nlohmann::json header{{"tool", std::string("tessel ") + TESSEL_TOOL_VERSION},
                           {"store", kind.pszName},
-                          {"location", session.Location()},
+                          // undo may run from another directory
+                          {"location", std::filesystem::absolute(session.Location()).lexically_normal().string()},
                           {"action", options.strAction},
                           {"target", plan.strTargetEntry},
                           {"prefix", plan.strPrefix},
@@ -194,6 +213,11 @@ int RunDedupe(const StoreKind &kind, ToolContext &ctx, const DedupeOptions &opti
         if (nStatus == 0) std::printf("%s: %s\n", ActionVerb(plan, true).c_str(), Describe(a.item).c_str());
         else std::printf("failed (%s): %s\n", StatusText(nStatus).c_str(), Describe(a.item).c_str());
         std::fflush(stdout);
+        if (IsDiskFull(nStatus))
+            return Fail(kExitFailure, "the disk is full; stopped after " + std::to_string(counts.nDone) +
+                                          (counts.nDone == 1 ? " action, which is" : " actions, which are") +
+                                          " in the journal " + pJournal->Path().string() +
+                                          " (`tessel undo` reverses them)");
     }
     progress.Finish();
     pJournal->Append({{"type", "end"},
@@ -202,10 +226,10 @@ int RunDedupe(const StoreKind &kind, ToolContext &ctx, const DedupeOptions &opti
                       {"failed", counts.nFailed},
                       {"finished", tessel::UtcTimestamp()}},
                      &strError);
-    std::printf("Dedupe: %zu groups, %zu duplicates: %zu %s, %zu skipped, %zu failed.\nJournal: %s\nUndo with: "
-                "tessel undo\n",
+    std::printf("Dedupe: %zu groups, %zu duplicates: %zu %s, %zu skipped, %zu failed.\nJournal: %s\n%s\n",
                 scan.groups.size(), actions.size(), counts.nDone, ActionVerb(plan, true).c_str(), counts.nSkipped,
-                counts.nFailed, pJournal->Path().c_str());
+                counts.nFailed, pJournal->Path().c_str(),
+                plan.action == ActionKind::Delete ? "A delete for good can't be undone." : "Undo with: tessel undo");
     return counts.nFailed ? kExitFailure : kExitOk;
 }
 
@@ -219,16 +243,20 @@ void RegisterDedupeCommand(CLI::App &parent, const StoreKind &kind, ToolContext 
     AddScanOptions(*pCmd, kind, pOptions->scan);
     pCmd->add_option("--action", pOptions->strAction,
                      kind.nAPI == API_OE
-                         ? "trash (to Deleted Items, the default), delete (for good, needs --yes), move:FOLDER, "
-                           "mark (flag the duplicates)"
+                         ? "trash (move to the Deleted Items folder, Trash, made if missing; the default), delete "
+                           "(for good, needs --yes), move:FOLDER, mark (flag the duplicates)"
                          : "trash (removed, the card kept in the journal; the default), delete (for good, needs "
                            "--yes), move:CONTAINER, mark (prefix the display name, see --prefix)");
     if (kind.nAPI == API_WAB)
-        pCmd->add_option("--prefix", pOptions->strPrefix, "the mark put before a duplicate's display name");
+        pCmd->add_option("--prefix", pOptions->strPrefix,
+                         "the mark put before a duplicate's display name (default \"[duplicate] \")");
     pCmd->add_flag("--apply", pOptions->bApply, "change the store (each action is journaled; `tessel undo` reverses)");
     pCmd->add_flag("--yes", pOptions->bYes, "confirm --action delete");
-    pCmd->footer("Journals go to $XDG_STATE_HOME/tessel (default ~/.local/state/tessel). An item that changed "
-                 "since the scan is skipped and counted. Exit code 0 when every action worked, 1 when one failed or "
-                 "the store could not be read, 2 for a wrong command line.");
+    pCmd->footer("Without --apply: prints each group's kept item and what each duplicate would undergo, and changes "
+                 "nothing. With --apply: prints each action as it is done and a summary, and writes a journal to "
+                 "$XDG_STATE_HOME/tessel (default ~/.local/state/tessel) from which `tessel undo` reverses the run, "
+                 "even one that was interrupted. An item that changed since the scan (or whose original did) is skipped "
+                 "with its reason and counted, and the run goes on; a full disk stops it at once. Exit code 0 when every action worked, 1 when one failed or the store could "
+                 "not be read, 2 for a wrong command line.");
     pCmd->callback([&kind, &ctx, pOptions] { ctx.nExit = RunDedupe(kind, ctx, *pOptions); });
 }

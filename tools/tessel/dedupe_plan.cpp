@@ -59,6 +59,8 @@ std::vector<PlannedAction> PlanActions(CSession &session, const DedupePlan &plan
                 a.strSkip = "it is in " + plan.strTargetName + " already";
             if (plan.action == ActionKind::Move && item.strFolderEntry == plan.strTargetEntry)
                 a.strSkip = "it is in " + plan.strTargetName + " already";
+            if (plan.action == ActionKind::Mark && session.Api() == API_OE && (item.nState & TS_MSG_FLAGGED))
+                a.strSkip = "it is flagged already";
             actions.push_back(std::move(a));
         }
     }

@@ -7,6 +7,7 @@
 #include <cstring>
 #include <filesystem>
 #include <fstream>
+#include <map>
 
 #include <glib.h>
 
@@ -15,9 +16,6 @@
 namespace fs = std::filesystem;
 
 namespace {
-
-constexpr uint32_t kTagHeaders = 0x8008001E;
-constexpr uint32_t kTagMessageId = 0x8012001E;
 
 PropDesc Desc(uint32_t nTag) {
     PropDesc desc{};
@@ -70,6 +68,30 @@ std::vector<std::string> CardBlocks(const std::string &strFile) {
     return blocks;
 }
 
+// A card's text without the lines that start with one of the names (property groups and parameters aside).
+std::string WithoutLines(const std::string &strCard, std::initializer_list<const char *> names) {
+    std::string out;
+    size_t nPos = 0;
+    while (nPos < strCard.size()) {
+        size_t nEnd = strCard.find('\n', nPos);
+        nEnd = nEnd == std::string::npos ? strCard.size() : nEnd + 1;
+        bool bDrop = false;
+        for (const char *pszName : names) {
+            const size_t n = std::strlen(pszName);
+            bDrop = bDrop || (StartsWithNoCase(strCard, nPos, pszName) && nPos + n < strCard.size() &&
+                              (strCard[nPos + n] == ':' || strCard[nPos + n] == ';'));
+        }
+        // Folded continuation lines belong to the line before.
+        while (nEnd < strCard.size() && (strCard[nEnd] == ' ' || strCard[nEnd] == '\t')) {
+            const size_t nNext = strCard.find('\n', nEnd);
+            nEnd = nNext == std::string::npos ? strCard.size() : nNext + 1;
+        }
+        if (!bDrop) out.append(strCard, nPos, nEnd - nPos);
+        nPos = nEnd;
+    }
+    return out;
+}
+
 bool WriteAtomically(const fs::path &path, const std::string &strText, bool bNoReplace, std::string &strError) {
     const fs::path tmp = path.parent_path() / ("." + path.filename().string() + ".tessel-undo.tmp");
     const int fd = open(tmp.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0600);
@@ -117,11 +139,11 @@ bool ReadMailPrint(CSession &session, const std::string &strEntry, MailPrint &pr
     TS_HITEM hItem = nullptr;
     if (TS_OpenItem(session.Lib(), API_OE, strEntry.c_str(), &hItem, 0) != 0 || !hItem) return false;
     std::string strHeaders;
-    for (uint32_t nTag : {kTagMessageId, kTagHeaders}) {
+    for (uint32_t nTag : {TS_PR_OE_MESSAGE_ID, TS_PR_OE_HEADERS}) {
         PropDesc desc = Desc(nTag);
         char *psz = nullptr;
         if (TS_GetItemTextProp(session.Lib(), API_OE, hItem, &desc, &psz) == 0 && psz)
-            (nTag == kTagMessageId ? print.strMessageId : strHeaders) = psz;
+            (nTag == TS_PR_OE_MESSAGE_ID ? print.strMessageId : strHeaders) = psz;
         if (psz) TS_FreeBuffer(session.Lib(), API_OE, psz);
     }
     uint32_t nSize = 0;
@@ -146,7 +168,7 @@ std::string FindMessage(CSession &session, const std::string &strFolderEntry, co
     // Newest first: a message just moved there has the highest id.
     for (auto it = items.rbegin(); it != items.rend(); ++it) {
         if (claimed.count(it->strEntry)) continue;
-        if (!print.strMessageId.empty() && ReadTextProp(session, it->strEntry, kTagMessageId) != print.strMessageId)
+        if (!print.strMessageId.empty() && ReadTextProp(session, it->strEntry, TS_PR_OE_MESSAGE_ID) != print.strMessageId)
             continue;
         MailPrint candidate;
         if (ReadMailPrint(session, it->strEntry, candidate) && candidate.strSha1 == print.strSha1) return it->strEntry;
@@ -170,6 +192,59 @@ bool DecodeCardEntry(const std::string &strEntry, std::string &strContainer, std
     return !strUid.empty();
 }
 
+namespace {
+
+// The card files of a directory by UID, read once per run and again only when a file no longer fits: a dedupe
+// journals one card per action and must not read the whole book each time.
+std::map<fs::path, std::map<std::string, fs::path>> g_CardFiles;
+
+const std::map<std::string, fs::path> &CardFiles(const fs::path &dir, bool bRefresh) {
+    const auto found = g_CardFiles.find(dir);
+    if (found != g_CardFiles.end() && !bRefresh) return found->second;
+    std::map<std::string, fs::path> &files = g_CardFiles[dir];
+    files.clear();
+    std::error_code ec;
+    for (fs::directory_iterator it(dir, ec), end; !ec && it != end; it.increment(ec)) {
+        if (it->path().extension() != ".vcf") continue;
+        const auto blocks = CardBlocks(ReadFile(it->path()));
+        if (blocks.size() == 1) files.emplace(UidOf(blocks[0]), it->path());
+    }
+    return files;
+}
+
+// Finds the text of the card with card's container and UID; fills strFile and strText.
+bool LocateCard(const std::string &strBook, CardText &card, std::string &strError) {
+    const fs::path book(strBook);
+    std::error_code ec;
+    if (fs::is_directory(book, ec)) {
+        const fs::path dir = card.strContainer.empty() ? book : book / card.strContainer;
+        for (bool bRefresh : {false, true}) {
+            const auto &files = CardFiles(dir, bRefresh);
+            const auto found = files.find(card.strUid);
+            if (found == files.end()) continue;
+            const std::string strText = ReadFile(found->second);
+            const auto blocks = CardBlocks(strText);
+            if (blocks.size() == 1 && UidOf(blocks[0]) == card.strUid) {
+                card.strFile = found->second.filename().string();
+                card.strText = strText;
+                return true;
+            }
+        }
+    } else {
+        for (const std::string &block : CardBlocks(ReadFile(book))) {
+            if (UidOf(block) == card.strUid) {
+                card.strFile.clear();
+                card.strText = block;
+                return true;
+            }
+        }
+    }
+    strError = "the card with UID " + card.strUid + " was not found in " + strBook;
+    return false;
+}
+
+} // namespace
+
 bool ReadCardText(const std::string &strBook, const std::string &strEntry, CardText &card, std::string &strError) {
     try {
         if (!DecodeCardEntry(strEntry, card.strContainer, card.strUid)) {
@@ -180,30 +255,34 @@ bool ReadCardText(const std::string &strBook, const std::string &strEntry, CardT
         strError = "not a contact entry: " + strEntry;
         return false;
     }
-    const fs::path book(strBook);
-    std::error_code ec;
-    if (fs::is_directory(book, ec)) {
+    return LocateCard(strBook, card, strError);
+}
+
+CardState CompareCardText(const std::string &strBook, const CardText &card) {
+    CardText now{card.strContainer, card.strUid, "", ""};
+    std::string strIgnored;
+    if (!LocateCard(strBook, now, strIgnored) || now.strFile != card.strFile) return CardState::Missing;
+    if (now.strText == card.strText) return CardState::Equal;
+    return WithoutLines(now.strText, {"FN", "REV"}) == WithoutLines(card.strText, {"FN", "REV"}) ? CardState::Marked
+                                                                                             : CardState::Changed;
+}
+
+bool ReplaceCardText(const std::string &strBook, const CardText &card, std::string &strError) {
+    CardText now{card.strContainer, card.strUid, "", ""};
+    if (!LocateCard(strBook, now, strError)) return false;
+    if (!now.strFile.empty()) {
+        const fs::path book(strBook);
         const fs::path dir = card.strContainer.empty() ? book : book / card.strContainer;
-        for (fs::directory_iterator it(dir, ec), end; !ec && it != end; it.increment(ec)) {
-            if (it->path().extension() != ".vcf") continue;
-            const std::string strText = ReadFile(it->path());
-            const auto blocks = CardBlocks(strText);
-            if (blocks.size() == 1 && UidOf(blocks[0]) == card.strUid) {
-                card.strFile = it->path().filename().string();
-                card.strText = strText;
-                return true;
-            }
-        }
-    } else {
-        for (const std::string &block : CardBlocks(ReadFile(book))) {
-            if (UidOf(block) == card.strUid) {
-                card.strText = block;
-                return true;
-            }
-        }
+        return WriteAtomically(dir / now.strFile, card.strText, false, strError);
     }
-    strError = "the card with UID " + card.strUid + " was not found in " + strBook;
-    return false;
+    std::string strFile = ReadFile(strBook);
+    const size_t nAt = strFile.find(now.strText);
+    if (nAt == std::string::npos) {
+        strError = "the card with UID " + card.strUid + " changed while it was being put back";
+        return false;
+    }
+    strFile.replace(nAt, now.strText.size(), card.strText);
+    return WriteAtomically(strBook, strFile, false, strError);
 }
 
 bool WriteCardBack(const std::string &strBook, const CardText &card, std::string &strError) {

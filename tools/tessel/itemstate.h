@@ -11,11 +11,6 @@
 #include "records.h"
 #include "session.h"
 
-// PR_OE_FLAGGED and the display name: the properties the mark action changes.
-constexpr uint32_t kTagFlagged = 0x8006000B;
-constexpr uint32_t kTagDisplayName = 0x3001001E;
-constexpr uint32_t kMsgFlagged = 0x0800;
-
 struct MailPrint {
     std::string strMessageId; // may be empty
     std::string strSha1;      // of the header block and the size; empty if unreadable
@@ -43,6 +38,13 @@ struct CardText {
 bool DecodeCardEntry(const std::string &strEntry, std::string &strContainer, std::string &strUid);
 // Reads the card's text from the book; false with a message if it can't be found.
 bool ReadCardText(const std::string &strBook, const std::string &strEntry, CardText &card, std::string &strError);
+// Whether the card a journal holds is still in the book as the mark left it: the same text but for its FN and REV
+// lines, which the mark rewrites. Equal when the text is unchanged (the mark never happened).
+enum class CardState { Equal, Marked, Changed, Missing };
+CardState CompareCardText(const std::string &strBook, const CardText &card);
+// Puts the journaled text of a card in place of the card with its UID in its container, atomically; false with a
+// message.
+bool ReplaceCardText(const std::string &strBook, const CardText &card, std::string &strError);
 // Writes a card back into its container (a file of its own, never overwriting one, or appended to the single
 // file), atomically; false with a message.
 bool WriteCardBack(const std::string &strBook, const CardText &card, std::string &strError);

@@ -202,10 +202,12 @@ bool CJournalWriter::Append(const json &line, std::string *psError) {
 bool JournalAction::NeedsUndo() const {
     if (undo) {
         const std::string sResult = undo->value("result", "");
-        if (sResult == "restored" || sResult == "not-done") return false;
+        // A delete for good stays undoable by nothing; the next undo goes on to an older run.
+        if (sResult == "restored" || sResult == "not-done" || sResult == "permanent") return false;
     }
-    // An interrupted action may have happened; only an undo can tell.
-    return Interrupted() || Done();
+    // An interrupted action may have happened, and a failed one partly (a message moved, its index not written
+    // for want of space); only an undo, which looks at the item, can tell.
+    return true;
 }
 
 bool Journal::HasWorkForUndo() const {

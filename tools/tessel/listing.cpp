@@ -94,7 +94,15 @@ ItemInfo ContactItem(const WABItem &it, const FolderInfo &folder) {
 std::string StatusText(int32_t nStatus) {
     char sz[32];
     std::snprintf(sz, sizeof sz, "0x%08X", static_cast<uint32_t>(nStatus));
-    return sz;
+    // The few a user can act on get words too.
+    switch (static_cast<uint32_t>(nStatus)) {
+    case 0x80030070u: // STG_E_MEDIUMFULL
+    case 0x80070070u: return std::string(sz) + ", the disk is full";
+    case 0x80030005u: // STG_E_ACCESSDENIED
+    case 0x80070005u: return std::string(sz) + ", permission denied";
+    case 0x8004010Fu: return std::string(sz) + ", not found";
+    default: return sz;
+    }
 }
 
 bool ListFolders(CSession &session, std::vector<FolderInfo> &folders, std::string &strError) {
@@ -170,14 +178,12 @@ bool ReadItem(CSession &session, const std::vector<FolderInfo> &folders, const s
         for (const FolderInfo &folder : folders)
             if (strEntry.size() == 16 && strEntry.compare(0, 8, folder.strEntry) == 0) pFolder = &folder;
     } else {
-        // A contact's container is the one whose listing holds it.
-        for (const FolderInfo &folder : folders) {
-            std::vector<ItemInfo> items;
-            std::string strIgnored;
-            if (!ListItems(session, folder, ListFilter{}, items, strIgnored)) continue;
-            for (const ItemInfo &listed : items)
-                if (listed.strEntry == strEntry) pFolder = &folder;
-        }
+        // The book finds a contact's container without listing every contact (a dedupe asks once per action).
+        char *pszFolder = nullptr;
+        if (WABFindItemFolder(session.Lib(), strEntry.c_str(), &pszFolder, 0) == 0 && pszFolder)
+            for (const FolderInfo &folder : folders)
+                if (folder.strEntry == pszFolder) pFolder = &folder;
+        if (pszFolder) TS_FreeBuffer(session.Lib(), API_WAB, pszFolder);
     }
     if (!pFolder) {
         strError = "no " + std::string(session.Api() == API_OE ? "message" : "contact") + " with the entry " + strEntry;

@@ -4,8 +4,9 @@
 #include "commands.h"
 
 int main(int argc, char **argv) {
-    CLI::App app("tessel finds duplicate messages in a Maildir and duplicate contacts in vCard address books. "
-                 "Scans and comparisons only read.",
+    CLI::App app("tessel finds duplicate messages in a Maildir and duplicate contacts in vCard address books, shows "
+                 "why they match, and removes them safely. Scans, comparisons and reports only read; dedupe changes "
+                 "a store only with --apply, journals every action, and undo reverses it.",
                  "tessel");
     app.fallthrough();
     app.require_subcommand(1);

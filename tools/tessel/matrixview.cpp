@@ -6,14 +6,6 @@
 #include "itemout.h"
 #include "table.h"
 
-// The item exports show the values themselves; a library without them still gives the marks and sizes.
-#pragma weak TS_OpenItem
-#pragma weak TS_CloseItem
-#pragma weak TS_GetItemTextProp
-#pragma weak TS_GetItemNumProp
-#pragma weak TS_GetItemDateProp
-#pragma weak TS_FreeBuffer
-
 namespace {
 
 constexpr size_t kValueWidth = 28;
@@ -51,9 +43,6 @@ std::string ValueText(CSession &session, TS_HITEM hItem, PropDesc &desc) {
 }
 
 void ReadValues(CSession &session, CPropertySet &props, MatrixView &view) {
-    if (!TS_OpenItem || !TS_CloseItem || !TS_GetItemTextProp || !TS_GetItemNumProp || !TS_GetItemDateProp ||
-        !TS_FreeBuffer)
-        return;
     for (size_t r = 0; r < view.items.size(); ++r) {
         TS_HITEM hItem = nullptr;
         if (TS_OpenItem(session.Lib(), session.Api(), view.items[r].strEntry.c_str(), &hItem, 0) != 0 || !hItem)

@@ -1,6 +1,7 @@
 // tessel report mail|contacts --html FILE: the groups of a scan (or of an applied run's journal) as one
 // self-contained HTML page, each group with its comparison matrix.
 #include <cstdio>
+#include <filesystem>
 #include <fstream>
 #include <map>
 #include <memory>
@@ -14,6 +15,7 @@
 #include "matrixview.h"
 #include "progress.h"
 #include "report_html.h"
+#include "scratch_book.h"
 #include "scanoptions.h"
 #include "timetext.h"
 
@@ -28,6 +30,10 @@ struct ReportOptions {
 struct GroupItems {
     std::vector<ItemInfo> items; // original first
     std::vector<std::string> fates;
+    // A contacts run removed some of the group's cards: every item's card text (from the book, or from the
+    // journal for the removed ones), compared in a scratch book.
+    std::vector<std::string> cards;
+    bool bRemoved = false;
 };
 
 tessel::ReportItem ToReportItem(const ItemInfo &item, bool bOriginal, const std::string &strFate) {
@@ -73,6 +79,20 @@ tessel::ReportGroup ToReportGroup(const MatrixView &view, const GroupItems &grou
     return g;
 }
 
+// What the run did to an item, for people.
+std::string FateText(const tessel::JournalAction &a, bool bMail) {
+    const std::string strAction = a.before.value("action", "");
+    std::string str;
+    if (a.Interrupted()) str = strAction + " interrupted";
+    else if (!a.Done()) str = strAction + " failed";
+    else if (strAction == "trash") str = bMail ? "moved to Deleted Items" : "removed";
+    else if (strAction == "move") str = "moved";
+    else if (strAction == "mark") str = bMail ? "flagged" : "marked";
+    else str = "deleted for good";
+    if (a.undo) str += "; undo: " + a.undo->value("result", "");
+    return str;
+}
+
 // The groups of an applied run, with each item where it is now.
 bool GroupsFromJournal(CSession &session, const tessel::Journal &journal, std::vector<GroupItems> &groups,
                        std::string &strError) {
@@ -85,37 +105,87 @@ bool GroupsFromJournal(CSession &session, const tessel::Journal &journal, std::v
             const auto original = CurrentItem(session, folders, a.before.value("original", ""));
             if (!original) continue;
             byGroup[nGroup] = groups.size();
-            groups.push_back(GroupItems{{*original}, {""}});
+            groups.push_back(GroupItems{{*original}, {""}, {""}, false});
         }
         std::string strEntry = a.before.value("entry", "");
-        std::string strFate = a.before.value("action", "") + (a.Done() ? " done" : a.Interrupted() ? " interrupted" : " failed");
-        if (a.undo) strFate += ", undo: " + a.undo->value("result", "");
+        std::string strFate = FateText(a, session.Api() == API_OE);
         if (a.Done() && a.after->contains("new_entry") && !(a.undo && a.undo->value("result", "") == "restored"))
             strEntry = (*a.after)["new_entry"].get<std::string>();
         if (a.undo && a.undo->contains("entry")) strEntry = (*a.undo)["entry"].get<std::string>();
+        GroupItems &group = groups[byGroup[nGroup]];
         const auto now = CurrentItem(session, folders, strEntry);
-        if (!now) continue; // removed for good, or a card kept only in the journal
-        groups[byGroup[nGroup]].items.push_back(*now);
-        groups[byGroup[nGroup]].fates.push_back(strFate);
+        const auto card = a.before.contains("card") ? tessel::BytesFromJson(a.before["card"]) : std::nullopt;
+        if (now) {
+            group.items.push_back(*now);
+            group.cards.emplace_back();
+        } else if (card && a.Done()) {
+            ItemInfo removed;
+            removed.strEntry = a.before.value("entry", "");
+            removed.strFolder = tessel::BytesFromJson(a.before.value("folder_name", nlohmann::json(""))).value_or("");
+            removed.strTitle = tessel::BytesFromJson(a.before.value("title", nlohmann::json(""))).value_or("");
+            removed.nSize = a.before.value("size", int64_t(-1));
+            group.items.push_back(removed);
+            group.cards.push_back(*card);
+            group.bRemoved = true;
+            strFate += "; the card is kept in the journal";
+        } else {
+            continue; // deleted for good
+        }
+        group.fates.push_back(strFate);
+    }
+    // The cards still in the book join the removed ones in the scratch book.
+    for (GroupItems &group : groups) {
+        if (!group.bRemoved) continue;
+        GroupItems readable{{}, {}, {}, true};
+        for (size_t i = 0; i < group.items.size(); ++i) {
+            CardText card;
+            std::string strIgnored;
+            if (group.cards[i].empty() && ReadCardText(session.Location(), group.items[i].strEntry, card, strIgnored))
+                group.cards[i] = card.strText;
+            if (group.cards[i].empty()) continue; // a card without a UID can't be found in its files
+            readable.items.push_back(group.items[i]);
+            readable.fates.push_back(group.fates[i]);
+            readable.cards.push_back(group.cards[i]);
+        }
+        group = std::move(readable);
     }
     return true;
 }
 
+// The book lists no sizes: a card's size is that of its text, from the journal for a removed card.
+void SizeCards(const std::string &strBook, std::vector<GroupItems> &groups) {
+    for (GroupItems &group : groups)
+        for (size_t i = 0; i < group.items.size(); ++i) {
+            ItemInfo &item = group.items[i];
+            if (item.nSize > 0) continue;
+            CardText card;
+            std::string strIgnored;
+            if (i < group.cards.size() && !group.cards[i].empty()) item.nSize = static_cast<int64_t>(group.cards[i].size());
+            else if (ReadCardText(strBook, item.strEntry, card, strIgnored)) item.nSize = static_cast<int64_t>(card.strText.size());
+        }
+}
+
 int RunReport(const StoreKind &kind, ToolContext &ctx, const ReportOptions &options) {
-    CPropertySet props;
-    CKeepRule keep;
-    ScanRequest request;
     std::string strError;
-    if (!PrepareScan(kind, options.scan, props, keep, request, strError)) return Fail(kExitUsage, strError);
     std::optional<tessel::Journal> journal;
     GlobalOptions global = ctx.options;
+    ScanOptionValues scanOptions = options.scan;
     if (!options.strJournal.empty()) {
         journal = tessel::ReadJournal(options.strJournal, &strError);
         if (!journal) return Fail(kExitUsage, strError);
         if (journal->header.value("store", "") != kind.pszName)
             return Fail(kExitUsage, options.strJournal + " is not a journal of a " + kind.pszName + " run");
         (kind.nAPI == API_OE ? global.strStore : global.strBook) = journal->header.value("location", "");
+        // The matrix compares what the run compared unless --by says otherwise.
+        if (scanOptions.strBy.empty() && journal->header.contains("by") && journal->header["by"].is_array())
+            for (const auto &word : journal->header["by"])
+                if (word.is_string())
+                    scanOptions.strBy += (scanOptions.strBy.empty() ? "" : ",") + word.get<std::string>();
     }
+    CPropertySet props;
+    CKeepRule keep;
+    ScanRequest request;
+    if (!PrepareScan(kind, scanOptions, props, keep, request, strError)) return Fail(kExitUsage, strError);
     CSession session(global);
     if (!session.Open(kind, strError)) return Fail(kExitFailure, strError);
 
@@ -128,27 +198,48 @@ int RunReport(const StoreKind &kind, ToolContext &ctx, const ReportOptions &opti
         if (!RunScan(session, request, scan, strError, bUsage))
             return Fail(bUsage ? kExitUsage : kExitFailure, strError);
         for (const ScanGroup &g : scan.groups) {
-            GroupItems items{{g.original}, {""}};
+            GroupItems items{{g.original}, {""}, {}, false};
             for (const ItemInfo &d : g.duplicates) items.items.push_back(d), items.fates.push_back("");
             groups.push_back(std::move(items));
         }
     }
 
+    if (kind.nAPI == API_WAB) SizeCards(session.Location(), groups);
+
     tessel::ReportData data;
     data.sTitle = kind.nAPI == API_OE ? "Duplicate messages" : "Duplicate contacts";
-    data.sStore = session.Location();
+    data.sStore = std::filesystem::absolute(session.Location()).lexically_normal().string();
     data.sSource = journal ? journal->path.string() : "scan by " + request.pProps->ComparedNames().front() +
                                                           (request.pProps->ComparedNames().size() > 1 ? ", ..." : "");
     data.sGenerated = tessel::UtcTimestamp();
+    CScratchBook scratch;
+    bool bScratch = false;
+    for (size_t i = 0; i < groups.size(); ++i) {
+        if (groups[i].bRemoved && groups[i].items.size() >= 2) {
+            if (!scratch.AddGroup(i, groups[i].cards, strError)) return Fail(kExitFailure, strError);
+            bScratch = true;
+        }
+    }
+    if (bScratch && !scratch.Open(global, strError)) return Fail(kExitFailure, strError);
     CProgress progress(true);
     size_t nUnreadable = 0;
     for (size_t i = 0; i < groups.size(); ++i) {
         if (progress.Due()) progress.Show("report", i, groups.size(), "");
         MatrixView view;
-        if (groups[i].items.size() < 2 || !BuildMatrixView(session, props, groups[i].items, view, strError)) {
+        const bool bBuilt = groups[i].items.size() >= 2 &&
+                            (groups[i].bRemoved ? scratch.Compare(i, props, view, strError)
+                                                : BuildMatrixView(session, props, groups[i].items, view, strError));
+        if (!bBuilt || view.items.size() != groups[i].items.size()) {
             ++nUnreadable;
             continue;
         }
+        // Where the items are (or were) in the user's book; a removed card's e-mail and date come from its copy.
+        for (size_t k = 0; k < view.items.size(); ++k) {
+            ItemInfo &item = groups[i].items[k];
+            if (item.strWho.empty()) item.strWho = view.items[k].strWho;
+            if (item.ftDate.dwLowDateTime == 0 && item.ftDate.dwHighDateTime == 0) item.ftDate = view.items[k].ftDate;
+        }
+        view.items = groups[i].items;
         data.groups.push_back(ToReportGroup(view, groups[i]));
     }
     progress.Finish();
@@ -171,7 +262,13 @@ void RegisterReportFor(CLI::App &report, const StoreKind &kind, ToolContext &ctx
     AddScanOptions(*pCmd, kind, pOptions->scan);
     pCmd->add_option("--html", pOptions->strHtml, "the page to write")->required();
     pCmd->add_option("--journal", pOptions->strJournal,
-                     "report the groups of an applied dedupe from its journal instead of a new scan");
+                     "report the groups of an applied dedupe from its journal instead of a new scan (its store, "
+                     "and its --by unless given), each item where it is now");
+    pCmd->footer("Writes one self-contained page: a summary (items, groups, bytes a dedupe would free, a chart of "
+                 "group sizes), then each group's matrix (one column per item, the original marked, equal values in "
+                 "one colour) and attachments. Groups past the first dozen start collapsed; a filter box narrows "
+                 "them. Exit code 0, 1 when the store could not be read or the page not written, 2 for a wrong "
+                 "command line.");
     pCmd->callback([&kind, &ctx, pOptions] { ctx.nExit = RunReport(kind, ctx, *pOptions); });
 }
 

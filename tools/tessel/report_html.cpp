@@ -10,7 +10,8 @@ namespace {
 
 // Groups drawn open when the page loads; the rest stay collapsed so that thousands of groups remain quick.
 constexpr size_t kOpenGroups = 12;
-// Longer display texts are cut; the whole text stays in the cell's tooltip up to kTooltipLimit.
+// Longer display texts are cut; the whole text stays in the tooltip of the first cell holding it, up to
+// kTooltipLimit.
 constexpr size_t kCellTextLimit = 160;
 constexpr size_t kTooltipLimit = 2000;
 // Group sizes above this share the chart's last bar.
@@ -76,7 +77,7 @@ const char kScript[] = R"JS(
   function update(){
     var q=box.value.trim().toLowerCase(),n=0;
     for(var i=0;i<groups.length;i++){var g=groups[i],hit=!q||g.getAttribute('data-search').indexOf(q)>=0;g.hidden=!hit;if(hit)n++;}
-    count.textContent=n+' of '+groups.length+' groups shown';
+    count.textContent=n.toLocaleString('en-US')+' of '+groups.length.toLocaleString('en-US')+' groups shown';
   }
   box.addEventListener('input',update);
   document.getElementById('expand').addEventListener('click',function(){for(var i=0;i<groups.length;i++)if(!groups[i].hidden)groups[i].open=true;});
@@ -109,8 +110,12 @@ std::string HumanBytes(uint64_t n) {
 }
 
 std::string WithThousands(uint64_t n) {
-    std::string s = std::to_string(n);
-    for (int i = static_cast<int>(s.size()) - 3; i > 0; i -= 3) s.insert(static_cast<size_t>(i), ",");
+    const std::string digits = std::to_string(n);
+    std::string s;
+    for (size_t i = 0; i < digits.size(); ++i) {
+        if (i > 0 && (digits.size() - i) % 3 == 0) s += ',';
+        s += digits[i];
+    }
     return s;
 }
 
@@ -187,7 +192,10 @@ void RenderMatrix(const ReportGroup &g, std::string &out) {
             std::string sClass = "cell eq" + std::to_string((nEq - 1) % 8 + 1);
             if (nEq != 1) sClass += " diff";
             out += "<td class=\"" + sClass + "\" data-eq=\"" + std::to_string(nEq) + "\"";
-            if (!sText.empty()) out += " title=\"" + HtmlEscape(Clip(sText, kTooltipLimit)) + "\"";
+            // Only a cut text needs its tooltip, and only once: the cells equal to it say whose value they hold.
+            // Tooltips repeated on every cell made most of a big report's bytes.
+            if (sText.size() > kCellTextLimit && nEq == static_cast<int32_t>(i) + 1)
+                out += " title=\"" + HtmlEscape(Clip(sText, kTooltipLimit)) + "\"";
             out += ">";
             out += sText.empty() ? std::string("\u2713") : HtmlEscape(Clip(sText, kCellTextLimit));
             if (nEq != static_cast<int32_t>(i) + 1)

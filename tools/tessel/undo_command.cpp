@@ -1,5 +1,6 @@
 // tessel undo [JOURNAL]: reverses an applied dedupe from its journal, newest action first. Messages come back from
-// Deleted Items (or the move target) to their folders, marks are taken off, removed cards are written back. An
+// Deleted Items (or the move target) to their folders, marks are taken off, removed and moved cards get their own
+// text back in their old place. An
 // action the run was killed in is looked up first: it is reversed only if it happened. Each reversal is appended
 // to the journal, so an undo that is itself interrupted can simply be run again.
 #include <cstdio>
@@ -65,33 +66,75 @@ Outcome UndoRelocation(CSession &session, const std::vector<FolderInfo> &folders
     return {"restored", "", strBack};
 }
 
-Outcome UndoMark(CSession &session, const std::vector<FolderInfo> &folders, const tessel::JournalAction &a) {
-    const std::string strEntry = Str(a.before, "entry");
-    if (!CurrentItem(session, folders, strEntry)) return {"missing", "it is gone", ""};
-    TS_HITEM hItem = nullptr;
-    int32_t nStatus = TS_OpenItem(session.Lib(), session.Api(), strEntry.c_str(), &hItem, 1);
-    if (nStatus == 0 && hItem) {
-        PropDesc desc{};
-        desc.nInterface = TS_INTERFACE_VALUE;
-        if (session.Api() == API_OE) {
-            if (a.before.value("state", 0u) & kMsgFlagged) {
-                TS_CloseItem(session.Lib(), session.Api(), hItem);
-                return {"not-done", "it was flagged before the run", strEntry};
-            }
-            desc.Tag = kTagFlagged;
-            nStatus = TS_SetItemNumProp(session.Lib(), API_OE, hItem, &desc, 0);
-        } else {
-            desc.Tag = kTagDisplayName;
-            nStatus = TS_SetItemTextProp(session.Lib(), API_WAB, hItem, &desc, Str(a.before, "name").c_str());
-        }
-        if (nStatus == 0) nStatus = TS_SaveItem(session.Lib(), session.Api(), hItem, -1);
-        TS_CloseItem(session.Lib(), session.Api(), hItem);
-    }
-    if (nStatus != 0) return {"failed", "the store refused the change (" + StatusText(nStatus) + ")", strEntry};
-    return {"restored", "", strEntry};
+CardText CardFromJournal(const json &before) {
+    return CardText{Str(before, "container"), Str(before, "uid"), Str(before, "file"), Str(before, "card")};
 }
 
-// A removed card is written back into the book's files after the book is closed.
+// Changes one property of an item and saves it; the item's entry afterwards, or "" and *pnStatus on failure.
+// The message store writes a changed message anew: the old copy, which differs only in that property, is destroyed
+// rather than dropped into Deleted Items.
+std::string SetAndSave(CSession &session, const std::string &strEntry, uint32_t nTag, const std::string &strText,
+                       int32_t *pnStatus) {
+    TS_HITEM hItem = nullptr;
+    int32_t nStatus = TS_OpenItem(session.Lib(), session.Api(), strEntry.c_str(), &hItem, 1);
+    std::string strNow;
+    if (nStatus == 0 && hItem) {
+        PropDesc desc{};
+        desc.Tag = nTag;
+        desc.nInterface = TS_INTERFACE_VALUE;
+        nStatus = session.Api() == API_OE ? TS_SetItemNumProp(session.Lib(), API_OE, hItem, &desc, 0)
+                                          : TS_SetItemTextProp(session.Lib(), API_WAB, hItem, &desc, strText.c_str());
+        if (nStatus == 0) nStatus = TS_SaveItem(session.Lib(), session.Api(), hItem, session.Api() == API_OE ? 3 : -1);
+        char *pszNow = nullptr;
+        if (nStatus == 0 && TS_GetItemID(session.Lib(), session.Api(), hItem, &pszNow) == 0) strNow = pszNow;
+        if (pszNow) TS_FreeBuffer(session.Lib(), session.Api(), pszNow);
+        if (nStatus == 0 && strNow.empty()) strNow = strEntry;
+        TS_CloseItem(session.Lib(), session.Api(), hItem);
+    }
+    *pnStatus = nStatus;
+    return strNow;
+}
+
+Outcome UndoMark(CSession &session, const std::vector<FolderInfo> &folders, const tessel::JournalAction &a) {
+    const std::string strEntry = Str(a.before, "entry");
+    const auto now = CurrentItem(session, folders, strEntry);
+    if (!now) return {"missing", "it is gone", ""};
+    uint32_t nTag = TS_PR_OE_FLAGGED;
+    if (session.Api() == API_OE) {
+        if (a.before.value("state", 0u) & TS_MSG_FLAGGED) return {"not-done", "it was flagged before the run", strEntry};
+        if (!(now->nState & TS_MSG_FLAGGED)) return {"not-done", "it is not flagged", strEntry};
+    } else {
+        // The card's own text goes back when nothing but the mark changed it; else only the name is put back.
+        if (a.before.contains("card")) {
+            switch (CompareCardText(session.Location(), CardFromJournal(a.before))) {
+            case CardState::Equal: return {"not-done", "the card was never marked", strEntry};
+            case CardState::Marked: return {"restore-card", "", ""};
+            default: break;
+            }
+        }
+        nTag = TS_PR_DISPLAY_NAME;
+    }
+    int32_t nStatus = 0;
+    const std::string strNow = SetAndSave(session, strEntry, nTag, Str(a.before, "name"), &nStatus);
+    if (nStatus != 0) return {"failed", "the store refused the change (" + StatusText(nStatus) + ")", strEntry};
+    return {"restored", "", strNow};
+}
+
+// A moved card: the book made a new card (new UID, new file) in the target; it goes, and the journal's text comes
+// back in the old place.
+Outcome UndoCardMove(CSession &session, const std::vector<FolderInfo> &folders, const tessel::JournalAction &a) {
+    const std::string strEntry = Str(a.before, "entry");
+    if (CurrentItem(session, folders, strEntry)) return {"not-done", "it never left its container", strEntry};
+    const std::string strCopy = a.after ? Str(*a.after, "new_entry") : std::string();
+    if (!strCopy.empty() && CurrentItem(session, folders, strCopy)) {
+        const int32_t nStatus = TS_DeleteItem(session.Lib(), API_WAB, strCopy.c_str(), 1, nullptr);
+        if (nStatus != 0)
+            return {"failed", "the moved copy could not be removed (" + StatusText(nStatus) + ")", strCopy};
+    }
+    return {"restore-card", "", ""};
+}
+
+// A removed card (and a marked one, see UndoMark) is written back into the book's files after the book is closed.
 Outcome CheckCardRestore(CSession &session, const std::vector<FolderInfo> &folders, const tessel::JournalAction &a) {
     if (CurrentItem(session, folders, Str(a.before, "entry"))) return {"not-done", "the card is still there", ""};
     return {"restore-card", "", ""};
@@ -149,7 +192,9 @@ int RunUndo(ToolContext &ctx, const UndoOptions &options) {
     size_t nRestored = 0, nNotDone = 0, nMissing = 0, nFailed = 0, nPermanent = 0;
     std::vector<const tessel::JournalAction *> cards;
     auto record = [&](const tessel::JournalAction &a, const Outcome &o) -> bool {
-        const std::string strTitle = Str(a.before, "folder_name") + "  \"" + Str(a.before, "title") + "\"";
+        const std::string strName = Str(a.before, "title");
+        const std::string strTitle =
+            Str(a.before, "folder_name") + "  \"" + (strName.empty() ? "(no title)" : strName) + "\"";
         if (o.strResult == "restored") ++nRestored, std::printf("restored: %s\n", strTitle.c_str());
         else if (o.strResult == "not-done") ++nNotDone, std::printf("nothing to undo: %s (%s)\n", strTitle.c_str(), o.strDetail.c_str());
         else if (o.strResult == "permanent") ++nPermanent, std::printf("cannot undo: %s (%s)\n", strTitle.c_str(), o.strDetail.c_str());
@@ -181,6 +226,7 @@ int RunUndo(ToolContext &ctx, const UndoOptions &options) {
                         : Outcome{"permanent", "it was deleted for good", ""};
             else if (strAction == "mark") o = UndoMark(session, folders, a);
             else if (strAction == "trash" && pKind->nAPI == API_WAB) o = CheckCardRestore(session, folders, a);
+            else if (strAction == "move" && a.before.contains("card")) o = UndoCardMove(session, folders, a);
             else o = UndoRelocation(session, folders, a, claimed);
             if (o.strResult == "restore-card") {
                 cards.push_back(&a);
@@ -190,15 +236,13 @@ int RunUndo(ToolContext &ctx, const UndoOptions &options) {
         }
     }
     for (const tessel::JournalAction *pAction : cards) {
-        CardText card;
-        card.strContainer = Str(pAction->before, "container");
-        card.strUid = Str(pAction->before, "uid");
-        card.strFile = Str(pAction->before, "file");
-        card.strText = Str(pAction->before, "card");
+        const CardText card = CardFromJournal(pAction->before);
+        const bool bMark = pAction->before.value("action", "") == "mark";
         std::string strWhy;
         const Outcome o = card.strText.empty() ? Outcome{"failed", "the journal holds no card text", ""}
-                          : WriteCardBack(strLocation, card, strWhy) ? Outcome{"restored", "", ""}
-                                                                    : Outcome{"failed", strWhy, ""};
+                          : (bMark ? ReplaceCardText(strLocation, card, strWhy) : WriteCardBack(strLocation, card, strWhy))
+                              ? Outcome{"restored", "", ""}
+                              : Outcome{"failed", strWhy, ""};
         if (!record(*pAction, o)) return kExitFailure;
     }
     pWriter->Append({{"type", "undo-end"}, {"restored", nRestored}, {"missing", nMissing}, {"failed", nFailed},
@@ -216,8 +260,11 @@ void RegisterUndoCommand(CLI::App &app, ToolContext &ctx) {
     auto pOptions = std::make_shared<UndoOptions>();
     pCmd->add_option("journal", pOptions->strJournal, "a journal file (default: the newest with something to undo)");
     pCmd->add_flag("--list", pOptions->bList, "list the journals and what they did");
-    pCmd->footer("Journals are in $XDG_STATE_HOME/tessel (default ~/.local/state/tessel). Undo may be run again: "
-                 "what is reversed already is left alone. An item that is no longer where the journal says is "
-                 "reported, and the rest goes on. Exit code 1 when something could not be restored.");
+    pCmd->footer("Messages come back from Deleted Items (or a move's target) to their folders, flags and name "
+                 "marks come off, removed contacts are written back from the journal; a delete for good can't be "
+                 "undone. Journals are in $XDG_STATE_HOME/tessel (default ~/.local/state/tessel). Undo may be run "
+                 "again: what is reversed already is left alone. An item that is no longer where the journal says "
+                 "is reported, and the rest goes on. Exit code 0 when everything that could be undone was, 1 when an item "
+                 "was missing or could not be restored, 2 for a journal that can't be read.");
     pCmd->callback([&ctx, pOptions] { ctx.nExit = RunUndo(ctx, *pOptions); });
 }
