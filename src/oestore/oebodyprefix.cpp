@@ -8,22 +8,11 @@ namespace {
 
 // Serves the known first block itself and hands everything else to the body's real stream, which it opens at the first
 // read, seek or write that needs more than the block and its size.
-class COEPrefixStream final : public CRefCounted<IStream> {
+class COEPrefixStream final : public CStreamBase {
 public:
     COEPrefixStream(std::string strPrefix, uint64_t cbSize, IMimeMessage *pMessage, DWORD dwTxtType)
         : m_strPrefix(std::move(strPrefix)), m_cbSize(cbSize), m_pMessage(pMessage), m_dwTxtType(dwTxtType) {
         m_pMessage->AddRef();
-    }
-
-    HRESULT QueryInterface(REFIID riid, void **ppv) override {
-        if (!ppv) return E_POINTER;
-        if (riid == IID_IUnknown || riid == IID_IStream) {
-            AddRef();
-            *ppv = static_cast<IStream *>(this);
-            return S_OK;
-        }
-        *ppv = nullptr;
-        return E_NOINTERFACE;
     }
 
     HRESULT Read(void *pv, ULONG cb, ULONG *pcbRead) override {

@@ -142,6 +142,21 @@ protected:
     ~IStream() = default;
 };
 
+// The base of every stream class: reference-counted, answering for IUnknown and IStream.
+class CStreamBase : public CRefCounted<IStream> {
+public:
+    HRESULT QueryInterface(REFIID riid, void **ppv) override {
+        if (!ppv) return E_POINTER;
+        if (riid == IID_IUnknown || riid == IID_IStream) {
+            AddRef();
+            *ppv = static_cast<IStream *>(this);
+            return S_OK;
+        }
+        *ppv = nullptr;
+        return E_NOINTERFACE;
+    }
+};
+
 // A growable stream in memory, positioned at 0. The caller owns the one reference it gets.
 HRESULT CreateStreamOnHGlobal(void *hGlobal, BOOL fDeleteOnRelease, IStream **ppStream);
 

@@ -12,19 +12,8 @@ constexpr DWORD STGTY_STREAM = 2;
 // A stream's size and position stay within what a 32-bit size word and a signed seek can name together.
 constexpr uint64_t kMaxSize = static_cast<uint64_t>(std::numeric_limits<int64_t>::max());
 
-class CMemoryStream : public CRefCounted<IStream> {
+class CMemoryStream : public CStreamBase {
 public:
-    HRESULT QueryInterface(REFIID riid, void **ppv) override {
-        if (!ppv) return E_POINTER;
-        if (riid == IID_IUnknown || riid == IID_IStream) {
-            AddRef();
-            *ppv = static_cast<IStream *>(this);
-            return S_OK;
-        }
-        *ppv = nullptr;
-        return E_NOINTERFACE;
-    }
-
     HRESULT Read(void *pv, ULONG cb, ULONG *pcbRead) override {
         if (pcbRead) *pcbRead = 0;
         if (!pv && cb > 0) return E_POINTER;

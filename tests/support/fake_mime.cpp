@@ -56,17 +56,6 @@ IMimeMessage *ParseMessage(const std::string &strSource) {
 
 // ---- FaultyStream ----------------------------------------------------------------------------------------------
 
-HRESULT FaultyStream::QueryInterface(REFIID riid, void **ppv) {
-    if (!ppv) return E_POINTER;
-    if (riid == IID_IUnknown || riid == IID_IStream) {
-        AddRef();
-        *ppv = static_cast<IStream *>(this);
-        return S_OK;
-    }
-    *ppv = nullptr;
-    return E_NOINTERFACE;
-}
-
 HRESULT FaultyStream::Read(void *pv, ULONG cb, ULONG *pcbRead) {
     if (hrRead != S_OK) {
         if (pcbRead) *pcbRead = 0;

@@ -15,10 +15,9 @@ namespace testsupport {
 IMimeMessage *ParseMessage(const std::string &strSource);
 
 // A stream that forwards to another and fails Stat or Read on demand.
-class FaultyStream : public CRefCounted<IStream> {
+class FaultyStream : public CStreamBase {
 public:
     explicit FaultyStream(IStream *pInner) : m_pInner(pInner) {}
-    HRESULT QueryInterface(REFIID riid, void **ppv) override;
     HRESULT Read(void *pv, ULONG cb, ULONG *pcbRead) override;
     HRESULT Write(const void *pv, ULONG cb, ULONG *pcbWritten) override;
     HRESULT Seek(LARGE_INTEGER dlibMove, DWORD dwOrigin, ULARGE_INTEGER *plibNewPosition) override;

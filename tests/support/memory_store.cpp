@@ -17,23 +17,13 @@ size_t TextBytes(const Char *psz) {
 }
 
 // A stream handed out by the store: the bytes in memory, with the failures asked for, counted while alive.
-class CTestStream : public CRefCounted<IStream> {
+class CTestStream : public CStreamBase {
 public:
     CTestStream(IStream *pInner, const CMemoryStore::StreamFaults &faults, std::shared_ptr<int> pnOpen)
         : m_pInner(pInner), m_faults(faults), m_pnOpen(std::move(pnOpen)) {
         ++*m_pnOpen;
     }
 
-    HRESULT QueryInterface(REFIID riid, void **ppv) override {
-        if (!ppv) return E_POINTER;
-        if (riid == IID_IUnknown || riid == IID_IStream) {
-            AddRef();
-            *ppv = static_cast<IStream *>(this);
-            return S_OK;
-        }
-        *ppv = nullptr;
-        return E_NOINTERFACE;
-    }
     HRESULT Read(void *pv, ULONG cb, ULONG *pcbRead) override {
         if (m_faults.hrRead != S_OK && m_nReads >= m_faults.nGoodReads) {
             if (pcbRead) *pcbRead = 0;

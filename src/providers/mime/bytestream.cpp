@@ -6,20 +6,9 @@
 
 namespace {
 
-class CMimeByteStream final : public CRefCounted<IStream> {
+class CMimeByteStream final : public CStreamBase {
 public:
     explicit CMimeByteStream(std::string strData) : m_strData(std::move(strData)) {}
-
-    HRESULT QueryInterface(REFIID riid, void **ppv) override {
-        if (!ppv) return E_POINTER;
-        if (riid == IID_IUnknown || riid == IID_IStream) {
-            AddRef();
-            *ppv = static_cast<IStream *>(this);
-            return S_OK;
-        }
-        *ppv = nullptr;
-        return E_NOINTERFACE;
-    }
 
     HRESULT Read(void *pv, ULONG cb, ULONG *pcbRead) override {
         if (pcbRead) *pcbRead = 0;
