@@ -2,9 +2,8 @@
 // heap per item, for n = 1,000, 10,000 and 100,000 items with three compared text properties.
 //
 // Workload "spread": every value is filled; every tenth item repeats the values of the item before it, so that
-// n / 10 groups form. Workload "mostly-empty": the same, but the first property is empty in 90% of the items;
-// every Add with a value there copies that property's set of empty items, so this one is expected to grow
-// linearly with n.
+// n / 10 groups form. Workload "mostly-empty": the same, but the first property is empty in 90% of the items, so
+// that its set of empty items is large; an Add reads that set in place and must not grow with it.
 //
 // Prints a table; run it from the build tree: bench/search_bench [max-n [spread|mostly-empty|both]]. Times are
 // processor time of the process.
