@@ -3,44 +3,12 @@
 #include <algorithm>
 #include <cstring>
 
-uint32_t CItemRows::Keep(const std::string &str) {
+void CItemRows::Append(const std::string &strEntry, uint32_t nFolder) {
     const auto nOffset = static_cast<uint32_t>(m_Texts.size());
-    m_Texts.insert(m_Texts.end(), str.begin(), str.end());
+    m_Texts.insert(m_Texts.end(), strEntry.begin(), strEntry.end());
     m_Texts.push_back('\0');
-    return nOffset;
-}
-
-void CItemRows::Append(const ItemInfo &item, uint32_t nFolder) {
-    PackedRow row{};
-    row.nFolder = nFolder;
-    row.nEntry = Keep(item.strEntry);
-    row.nTitle = Keep(item.strTitle);
-    row.nWho = Keep(item.strWho);
-    row.nPhone = Keep(item.strPhone);
-    row.nState = item.nState;
-    row.nObjectType = item.nObjectType;
-    row.ftDate = item.ftDate;
-    row.nSize = item.nSize;
-    m_Rows.push_back(row);
+    m_Rows.push_back(PackedRow{nFolder, nOffset});
     m_ByEntry.clear();
-}
-
-ItemInfo CItemRows::Row(size_t nRow, const std::vector<FolderInfo> &folders) const {
-    const PackedRow &row = m_Rows[nRow];
-    ItemInfo item;
-    item.strEntry = Text(row.nEntry);
-    item.strTitle = Text(row.nTitle);
-    item.strWho = Text(row.nWho);
-    item.strPhone = Text(row.nPhone);
-    if (row.nFolder < folders.size()) {
-        item.strFolderEntry = folders[row.nFolder].strEntry;
-        item.strFolder = folders[row.nFolder].strPath;
-    }
-    item.ftDate = row.ftDate;
-    item.nSize = row.nSize;
-    item.nState = row.nState;
-    item.nObjectType = row.nObjectType;
-    return item;
 }
 
 void CItemRows::Index() {

@@ -135,8 +135,8 @@ bool ListItems(CSession &session, const FolderInfo &folder, const ListFilter &fi
             return false;
         }
         OEItems *pItems = nullptr;
-        nStatus = OEGetItems(session.Lib(), &pItems, folder.strEntry.c_str(), 0, filter.bSince ? &stUtc : nullptr,
-                             bSort, bDescending);
+        nStatus = OEGetItems(session.Lib(), &pItems, folder.strEntry.c_str(), filter.bEntriesOnly,
+                             filter.bSince ? &stUtc : nullptr, bSort, bDescending);
         if (pItems) {
             for (uint32_t i = 0; i < pItems->cItems; ++i) items.push_back(MailItem(pItems->pItems[i], folder));
             OEFreeItems(session.Lib(), pItems);
@@ -189,26 +189,31 @@ bool ReadItem(CSession &session, const std::vector<FolderInfo> &folders, const s
         strError = "no " + std::string(session.Api() == API_OE ? "message" : "contact") + " with the entry " + strEntry;
         return false;
     }
-    int32_t nStatus = 0;
-    if (session.Api() == API_OE) {
-        OEItem *pItem = nullptr;
-        nStatus = OEGetItem(session.Lib(), &pItem, strEntry.c_str(), 0);
-        if (pItem) {
-            item = MailItem(*pItem, *pFolder);
-            OEFreeItem(session.Lib(), pItem);
-        }
-    } else {
-        WABItem *pItem = nullptr;
-        nStatus = WABGetItem(session.Lib(), &pItem, strEntry.c_str());
-        if (pItem) {
-            item = ContactItem(*pItem, *pFolder);
-            WABFreeItem(session.Lib(), pItem);
-        }
-    }
+    const int32_t nStatus = ReadItemIn(session, *pFolder, strEntry, item);
     if (nStatus != 0 || item.strEntry.empty()) {
         strError = "no " + std::string(session.Api() == API_OE ? "message" : "contact") + " with the entry " + strEntry +
                    " (" + StatusText(nStatus) + ")";
         return false;
     }
     return true;
+}
+
+int32_t ReadItemIn(CSession &session, const FolderInfo &folder, const std::string &strEntry, ItemInfo &item) {
+    int32_t nStatus = 0;
+    if (session.Api() == API_OE) {
+        OEItem *pItem = nullptr;
+        nStatus = OEGetItem(session.Lib(), &pItem, strEntry.c_str(), 0);
+        if (pItem) {
+            item = MailItem(*pItem, folder);
+            OEFreeItem(session.Lib(), pItem);
+        }
+    } else {
+        WABItem *pItem = nullptr;
+        nStatus = WABGetItem(session.Lib(), &pItem, strEntry.c_str());
+        if (pItem) {
+            item = ContactItem(*pItem, folder);
+            WABFreeItem(session.Lib(), pItem);
+        }
+    }
+    return nStatus;
 }

@@ -62,6 +62,13 @@ size_t ScanResult::DuplicateCount() const {
 
 bool RunScan(CSession &session, const ScanRequest &request, ScanResult &result, std::string &strError,
              bool &bUsage) {
+    if (!FindGroups(session, request, result, strError, bUsage)) return false;
+    ReadGroupDetails(session, result);
+    return true;
+}
+
+bool FindGroups(CSession &session, const ScanRequest &request, ScanResult &result, std::string &strError,
+                bool &bUsage) {
     result = ScanResult{};
     bUsage = false;
     std::vector<FolderInfo> all;
@@ -72,8 +79,11 @@ bool RunScan(CSession &session, const ScanRequest &request, ScanResult &result, 
     }
 
     // Contact groups (distribution lists) are no contacts to compare: the address book's search opens contacts only.
+    // Only entries are listed: the search reads what it compares, and the details of an item are read only when it
+    // is in a group.
     ListFilter filter;
     if (session.Api() == API_WAB) filter.nObjectType = MAPI_MAILUSER;
+    filter.bEntriesOnly = true;
     // Listed folder by folder into packed rows: every item is kept until the groups are known.
     CItemRows rows;
     size_t nExpected = 0;
@@ -84,7 +94,7 @@ bool RunScan(CSession &session, const ScanRequest &request, ScanResult &result, 
     for (uint32_t f = 0; f < result.folders.size(); ++f) {
         listed.clear();
         if (!ListItems(session, result.folders[f], filter, listed, strError)) return false;
-        for (const ItemInfo &item : listed) rows.Append(item, f);
+        for (const ItemInfo &item : listed) rows.Append(item.strEntry, f);
     }
     listed = std::vector<ItemInfo>();
     rows.Index();
@@ -128,8 +138,13 @@ bool RunScan(CSession &session, const ScanRequest &request, ScanResult &result, 
             if (!ReadMember(pSearch, g, d, strEntry, strFolder)) continue;
             const size_t nRow = rows.Find(strEntry);
             ItemInfo member;
-            if (nRow < rows.Size()) member = rows.Row(nRow, result.folders);
-            else member.strEntry = strEntry, member.strFolderEntry = strFolder;
+            member.strEntry = strEntry;
+            member.strFolderEntry = strFolder;
+            if (nRow < rows.Size()) {
+                const FolderInfo &folder = result.folders[rows.Folder(nRow)];
+                member.strFolderEntry = folder.strEntry;
+                member.strFolder = folder.strPath;
+            }
             if (d < 0) group.original = std::move(member);
             else group.duplicates.push_back(std::move(member));
         }
@@ -137,4 +152,20 @@ bool RunScan(CSession &session, const ScanRequest &request, ScanResult &result, 
     }
     Search_Delete(pSearch);
     return true;
+}
+
+void ReadGroupDetails(CSession &session, ScanResult &result) {
+    auto read = [&](ItemInfo &member) {
+        for (const FolderInfo &folder : result.folders) {
+            if (folder.strEntry != member.strFolderEntry) continue;
+            ItemInfo item;
+            if (ReadItemIn(session, folder, member.strEntry, item) == 0 && !item.strEntry.empty())
+                member = std::move(item);
+            return;
+        }
+    };
+    for (ScanGroup &group : result.groups) {
+        read(group.original);
+        for (ItemInfo &item : group.duplicates) read(item);
+    }
 }

@@ -32,6 +32,13 @@ struct ScanResult {
 };
 
 // False with a message when a folder is unknown (bUsage set) or the store fails; a single unreadable item is no
-// failure.
+// failure. FindGroups and then ReadGroupDetails.
 bool RunScan(CSession &session, const ScanRequest &request, ScanResult &result, std::string &strError,
              bool &bUsage);
+
+// The groups, their members known only by entry and folder. Fails as RunScan does.
+bool FindGroups(CSession &session, const ScanRequest &request, ScanResult &result, std::string &strError,
+                bool &bUsage);
+// Every member of the groups as a full listing shows it; a member that can't be read any more keeps only its entry
+// and folder.
+void ReadGroupDetails(CSession &session, ScanResult &result);
