@@ -1,4 +1,5 @@
 // Scans of the bundled samples: the groups their READMEs promise, in table and JSON form.
+#include <map>
 #include <set>
 #include <string>
 
@@ -108,6 +109,38 @@ TEST_F(SampleScan, ContactsFindsTheGroupsOfItsReadme) {
         if (group["original"]["name"] == "Chen Wei") {
             EXPECT_EQ(group["original"]["phone"], "+86 10 5555 0123");
         }
+}
+
+// Every member of every group of a scan as the store's listing (`list --json`) shows the same item.
+void ExpectMembersAsListed(const std::vector<std::string> &store, const char *pszKind) {
+    const clitest::ToolRun scan = RunTool({store[0], store[1], pszKind, "scan", "--json"});
+    ASSERT_EQ(scan.nExit, 0) << scan.strErr;
+    const nlohmann::json doc = scan.Json();
+    std::map<std::string, nlohmann::json> listed;
+    for (const auto &folder : doc["folders"]) {
+        const clitest::ToolRun list = RunTool({store[0], store[1], pszKind, "list", folder.get<std::string>(), "--json"});
+        ASSERT_EQ(list.nExit, 0) << list.strErr;
+        const nlohmann::json items = list.Json()["items"];
+        for (const auto &item : items) listed[item["entry"].get<std::string>()] = item;
+    }
+    size_t nMembers = 0;
+    for (const auto &group : doc["groups"]) {
+        std::vector<nlohmann::json> members{group["original"]};
+        for (const auto &dup : group["duplicates"]) members.push_back(dup);
+        for (const auto &member : members) {
+            ++nMembers;
+            ASSERT_TRUE(listed.count(member["entry"].get<std::string>())) << member.dump();
+            EXPECT_EQ(member, listed[member["entry"].get<std::string>()]);
+        }
+    }
+    EXPECT_GT(nMembers, 0u);
+}
+
+TEST_F(SampleScan, MembersAreShownAsTheListShowsThem) {
+    const fs::path store = clitest::CopySample("mail", m_tmp.path());
+    const fs::path book = clitest::CopySample("contacts", m_tmp.path());
+    ExpectMembersAsListed({"--store", store.string()}, "mail");
+    ExpectMembersAsListed({"--book", book.string()}, "contacts");
 }
 
 TEST_F(SampleScan, ScanningLeavesTheMessagesAndCardsAsTheyWere) {
