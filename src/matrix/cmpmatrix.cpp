@@ -65,6 +65,7 @@ void CCmpMatrix::Clear() {
 
     for (SearchItem *pItem : m_Items) FreeSearchItem(m_pCompare, pItem);
     m_Items.clear();
+    m_ItemTexts.Clear();
     m_Cells.clear();
 
     std::vector<AttachEntry *> entries;

@@ -10,6 +10,7 @@
 #include "compare/taglist.h"
 #include "search/equalitytree.h"
 #include "search/searchitem.h"
+#include "search/textarena.h"
 
 // One cell of the value table. nValue 0: no value. nValue k > 0: k - 1 is the lowest row holding an equal value,
 // so the first row of its kind r has r + 1.
@@ -77,6 +78,7 @@ private:
     TagListPtr m_lpAttachTags; // null: this matrix ignores attachments
     LONG m_nRows;
     std::vector<SearchItem *> m_Items;
+    CTextArena m_ItemTexts; // the rows' entries and folder entries
     std::vector<MatrixCell> m_Cells;
     // Held through a pointer so that Clear can start an empty tree: a tree has no way to be emptied.
     std::unique_ptr<AttachTree> m_pAttachTree;

@@ -92,8 +92,8 @@ bool CCmpMatrix::GetAttachInfo(ULONG nAttach, AttachInfo *pInfo) const {
         return false;
     }
     const AttachEntry *pEntry = m_AttachRows[nAttach];
-    pInfo->szItemID = pEntry->pItem->ItemID.c_str();
-    pInfo->szFolderID = pEntry->pItem->FolderID.c_str();
+    pInfo->szItemID = pEntry->pItem->ItemID;
+    pInfo->szFolderID = pEntry->pItem->FolderID;
     pInfo->nAttachID = pEntry->nAttachID;
     pInfo->nIndex = pEntry->nIndex;
     pInfo->szDisplayName = DisplayName(pEntry);

@@ -74,14 +74,14 @@ bool CCmpMatrix::FillCells(HITEM hItem, const SearchItem *pItem, std::vector<Mat
 
 bool CCmpMatrix::Add(const char *szItemID, const char *szFolderID) {
     SearchItem *pItem = new SearchItem();
-    pItem->ItemID = OrEmpty(szItemID);
-    pItem->FolderID = OrEmpty(szFolderID);
+    pItem->ItemID = m_ItemTexts.Keep(OrEmpty(szItemID));
+    pItem->FolderID = m_ItemTexts.Keep(OrEmpty(szFolderID));
     pItem->nIndex = m_nRows;
 
     std::vector<MatrixCell> cells;
     HITEM hItem = nullptr;
     bool bAccepted = false;
-    HRESULT hr = m_pCompare->OpenItem(pItem->ItemID.c_str(), &hItem, false);
+    HRESULT hr = m_pCompare->OpenItem(pItem->ItemID, &hItem, false);
     if (hr != S_OK) {
         g_Log.Error(kAddLabel, hr, "cant open item");
     } else if (m_nRows > 0 || PrepareColumns(hItem)) {
@@ -89,7 +89,7 @@ bool CCmpMatrix::Add(const char *szItemID, const char *szFolderID) {
         if (m_lpPropTags->cValues > 0) {
             hr = m_pCompare->GetItemProps(hItem, m_lpPropTags.get(), &pItem->cValues, &pItem->lpValues, false);
             if (hr != S_OK && hr != MAPI_W_ERRORS_RETURNED) {
-                g_Log.Error(kAddLabel, hr, "Tessel_GetPropValues (ItemID = %s)\n", pItem->ItemID.c_str());
+                g_Log.Error(kAddLabel, hr, "Tessel_GetPropValues (ItemID = %s)\n", pItem->ItemID);
                 bValuesRead = false;
             }
         }
@@ -129,7 +129,7 @@ LONG CCmpMatrix::FindStreamEqual(HITEM hItem, ULONG nTag, LONG nCol) {
     for (LONG r = 0; r < m_nRows; ++r) {
         if (m_Cells[static_cast<size_t>(r) * m_nProps + nCol].nValue == 0) continue;
         HITEM hOther = nullptr;
-        HRESULT hr = m_pCompare->OpenItem(m_Items[static_cast<size_t>(r)]->ItemID.c_str(), &hOther, false);
+        HRESULT hr = m_pCompare->OpenItem(m_Items[static_cast<size_t>(r)]->ItemID, &hOther, false);
         if (hr != S_OK) {
             // An earlier row that cannot be reopened must not block the new one: it counts as not equal.
             g_Log.Error(kLabel, hr, "cant open message");

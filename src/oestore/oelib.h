@@ -108,7 +108,8 @@ public:
     // ---- Message properties (tags in oestore/oetags.h) ----
 
     // A value array with one value per tag, in order; an unreadable value is a PT_ERROR value and the result is
-    // then MAPI_W_ERRORS_RETURNED. Free with FreeItemProps. bUnicode is ignored.
+    // then MAPI_W_ERRORS_RETURNED. The values and their texts are one heap block (oestore/oevalues.h): free it
+    // with FreeItemProps. bUnicode is ignored.
     HRESULT GetItemProps(HITEM hItem, const SPropTagArray *lpTags, ULONG *pcValues, SPropValue **lppProps,
                          bool bUnicode);
     // One tag; the result is the value's error code when it is an error value. The array is handed out in both

@@ -14,6 +14,7 @@
 namespace {
 
 constexpr const char *kszGetItemProps = "COELib::GetItemProps";
+constexpr const char *kszFreeItemProps = "COELib::FreeItemProps";
 
 // The tags that read a header of the root body as text.
 struct HeaderTag {
@@ -290,9 +291,12 @@ HRESULT COELib::GetItemProps(HITEM hItem, const SPropTagArray *lpTags, ULONG *pc
             bErrors = true;
         }
     }
-    *pcValues = lpTags->cValues;
-    *lppProps = pValues;
     pPropSet->Release();
+    // A scan keeps the values of every message: in one block they cost one allocation, not one per text.
+    SPropValue *pPacked = OEPackValueArray(pValues, kszFreeItemProps);
+    if (!pPacked) return E_OUTOFMEMORY;
+    *pcValues = lpTags->cValues;
+    *lppProps = pPacked;
     return bErrors ? MAPI_W_ERRORS_RETURNED : S_OK;
 }
 
@@ -304,4 +308,4 @@ HRESULT COELib::GetItemProp(HITEM hItem, ULONG ulPropTag, SPropValue **lppProp, 
     return hr;
 }
 
-void COELib::FreeItemProps(SPropValue *lpProps) { OEFreeValueArray(lpProps, "COELib::FreeItemProps", 0); }
+void COELib::FreeItemProps(SPropValue *lpProps) { std::free(lpProps); } // packed: see GetItemProps

@@ -1,6 +1,7 @@
 #include "oestore/oevalues.h"
 
 #include <cstdlib>
+#include <cstring>
 
 #include "log/log.h"
 
@@ -36,6 +37,48 @@ void OEFreeValueArray(SPropValue *lpProps, const char *szLabel, ULONG ulNoPointe
         }
     }
     std::free(pBlock);
+}
+
+namespace {
+
+// The bytes a value holds outside itself; null pointers hold none.
+size_t PointedBytes(const SPropValue &value) {
+    switch (PROP_TYPE(value.ulPropTag)) {
+    case PT_STRING8:
+        return value.Value.lpszA ? std::strlen(value.Value.lpszA) + 1 : 0;
+    case PT_BINARY:
+        return value.Value.bin.lpb ? value.Value.bin.cb : 0;
+    default:
+        return 0;
+    }
+}
+
+} // namespace
+
+SPropValue *OEPackValueArray(SPropValue *lpProps, const char *szLabel) {
+    ULONG cValues = (lpProps - 1)->ulPropTag;
+    size_t cbData = 0;
+    for (ULONG i = 0; i < cValues; ++i) cbData += PointedBytes(lpProps[i]);
+    auto *pPacked = static_cast<SPropValue *>(std::malloc(cValues * sizeof(SPropValue) + cbData));
+    if (pPacked) {
+        auto *pData = reinterpret_cast<BYTE *>(pPacked + cValues);
+        for (ULONG i = 0; i < cValues; ++i) {
+            SPropValue &value = pPacked[i];
+            value = lpProps[i];
+            size_t cb = PointedBytes(value);
+            if (cb == 0) continue;
+            if (PROP_TYPE(value.ulPropTag) == PT_STRING8) {
+                std::memcpy(pData, value.Value.lpszA, cb);
+                value.Value.lpszA = reinterpret_cast<char *>(pData);
+            } else {
+                std::memcpy(pData, value.Value.bin.lpb, cb);
+                value.Value.bin.lpb = pData;
+            }
+            pData += cb;
+        }
+    }
+    OEFreeValueArray(lpProps, szLabel, 0);
+    return pPacked;
 }
 
 void OESetErrorValue(SPropValue *pValue, HRESULT hr) {

@@ -1,6 +1,11 @@
-// The value arrays that COELib hands out for messages and attachments. One zeroed heap block of SPropValues with
-// one hidden element in front, whose first word holds the number of values; the caller sees the element behind
-// it. Texts and binary buffers inside the values are heap blocks of their own, owned by the array.
+// The value arrays that COELib hands out for messages and attachments.
+//
+// Read into: one zeroed heap block of SPropValues with one hidden element in front, whose first word holds the
+// number of values; the caller sees the element behind it. Texts and binary buffers inside the values are heap
+// blocks of their own, owned by the array. Attachments are handed out so.
+//
+// Packed (message values, which a scan keeps for every message): one heap block, the values first and their
+// texts and buffers behind them, freed by std::free alone.
 #pragma once
 
 #include "platform/mapi.h"
@@ -15,3 +20,7 @@ void OEFreeValueArray(SPropValue *lpProps, const char *szLabel, ULONG ulNoPointe
 
 // Turns a value into an error value: the tag's id with PT_ERROR, the code in err.
 void OESetErrorValue(SPropValue *pValue, HRESULT hr);
+
+// Moves the values of an array of OEAllocValueArray into one packed block and frees the array (szLabel as for
+// OEFreeValueArray). Null if memory runs out; the array is freed then too.
+SPropValue *OEPackValueArray(SPropValue *lpProps, const char *szLabel);

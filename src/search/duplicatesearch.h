@@ -14,14 +14,18 @@
 
 #include <cstdint>
 #include <cstdlib>
+#include <deque>
 #include <map>
 #include <memory>
+#include <set>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "compare/icompare.h"
 #include "search/equalitytree.h"
 #include "search/searchitem.h"
+#include "search/textarena.h"
 #include "tessel.h"
 
 using SearchTree = CEqualityTree<SearchItem *>;
@@ -40,14 +44,13 @@ struct SearchProp {
     PropDesc *pProp;      // the descriptor, an element of the search's own copies
 };
 
-// One difference between the groups of two builds. The strings are copies.
+// One difference between the groups of two builds. Accepted items stay until the search is cleared, and so do
+// the texts a change hands out.
 struct BuildChange {
-    int32_t nType; // CHANGE_ORIGINAL_ADDED ... CHANGE_DUPLICATE_REMOVED
-    std::string OriginalID;
-    std::string OriginalFolderID;
-    std::string DuplicateID;       // empty for the original's own changes
-    std::string DuplicateFolderID;
-    int32_t nIndex;                // CHANGE_DUPLICATE_ADDED: place among the group's duplicates, from 0
+    int32_t nType;                  // CHANGE_ORIGINAL_ADDED ... CHANGE_DUPLICATE_REMOVED
+    int32_t nIndex;                 // CHANGE_DUPLICATE_ADDED: place among the group's duplicates, from 0
+    const SearchItem *pOriginal;
+    const SearchItem *pDuplicate;   // null for the original's own changes
 };
 
 class CDuplicateSearch;
@@ -140,11 +143,17 @@ private:
                     uint32_t *pnFolderID) const;
 
     ULONG CmpTagCount() const;
+    const char *KeepFolderID(std::string_view folderID);
 
     ICompare *m_pCompare;
-    std::map<std::string, HFOLDER> m_Folders;
+    std::map<std::string, HFOLDER, std::less<>> m_Folders; // the folders opened so far
     int32_t m_nAdded;
-    std::vector<SearchItem *> m_Items;              // owned
+    // The records of the items, in one run of blocks rather than one allocation each. Only the newest can be
+    // refused, so records leave from the back only; the others keep their addresses.
+    std::deque<SearchItem> m_ItemStore;
+    CTextArena m_ItemIDs;                            // the items' entries
+    std::set<std::string, std::less<>> m_FolderIDs;  // every folder entry once, shared by its items
+    std::vector<SearchItem *> m_Items;               // the accepted items, in order of arrival
     std::vector<std::vector<SearchItem *>> m_Groups; // element 0 of each group is its original
     std::vector<BuildChange> m_Changes;
     std::map<SearchItem *, ItemSet> m_Equals;        // symmetric; an item is never in its own set

@@ -23,9 +23,9 @@ void AppendTag(SPropTagArray *pTags, ULONG nTag) { pTags->aulPropTag[pTags->cVal
 int32_t CDuplicateSearch::Add(const char *szItemID, const char *szFolderID, int32_t *pbHasDuplicates,
                               int32_t nPriority)
 {
-    auto *pItem = new SearchItem;
-    pItem->ItemID = szItemID ? szItemID : "";
-    pItem->FolderID = szFolderID ? szFolderID : "";
+    SearchItem *pItem = &m_ItemStore.emplace_back();
+    pItem->ItemID = m_ItemIDs.Keep(szItemID ? szItemID : "");
+    pItem->FolderID = KeepFolderID(szFolderID ? szFolderID : "");
     pItem->nIndex = m_nAdded;
     pItem->nPriority = nPriority;
 
@@ -40,7 +40,7 @@ int32_t CDuplicateSearch::Add(const char *szItemID, const char *szFolderID, int3
     if (m_nAdded == 0 && !PrepareSearchProps(hItem))
         return RefuseItem(pItem, &hItem);
 
-    if (!FileItem(pItem, hItem, pItem->ItemID.c_str()))
+    if (!FileItem(pItem, hItem, pItem->ItemID))
         return RefuseItem(pItem, &hItem);
 
     m_Items.push_back(pItem);
@@ -158,7 +158,8 @@ bool CDuplicateSearch::FileItem(SearchItem *pItem, HITEM hItem, const char *szIt
 int32_t CDuplicateSearch::RefuseItem(SearchItem *pItem, HITEM *phItem)
 {
     RemoveItemFromSearch(pItem);
-    FreeSearchItem(m_pCompare, pItem);
+    ReleaseItemValues(m_pCompare, pItem);
+    m_ItemStore.pop_back(); // the item being added is the newest record
     if (*phItem)
         CloseItem(phItem);
     return 0;
@@ -187,7 +188,7 @@ int32_t CDuplicateSearch::fnCompareValue(SearchItem *pItem1, SearchItem *pItem2,
     const SPropValue *pValue2 = FindPropValue(pItem2->lpValues, pItem2->cValues, pCtx->pPropValue->ulPropTag, 0);
     if (!pValue2) {
         g_Log.Error(kCompareLabel, 0, "PVal2 == NULL, PropKey=%S, EntryID=%s\n", pCtx->pProp->Key,
-                    pItem2->ItemID.c_str());
+                    pItem2->ItemID);
         return 1;
     }
     LONG nResult = -1; // stands when the values can't be compared: they then count as different
@@ -222,7 +223,7 @@ int32_t CDuplicateSearch::fnCompareStream(SearchItem *pItem1, SearchItem *pItem2
     pSearch->m_pCompare->CompareStreamProp(pCtx->hItem, hItem2, pCtx->pProp->Tag, &nResult, &bCmpWritten);
     if (!bCmpWritten)
         g_Log.Warning(kCompareLabel, 0, "bCmpWritten = false, PropKey=%S, EntryID1=%s, EntryID2=%s\n",
-                      pCtx->pProp->Key, pItem1->ItemID.c_str(), pItem2->ItemID.c_str());
+                      pCtx->pProp->Key, pItem1->ItemID, pItem2->ItemID);
     pSearch->CloseItem(&hItem2);
     return nResult;
 }

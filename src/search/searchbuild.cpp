@@ -32,7 +32,7 @@ std::unique_ptr<ItemSet> CDuplicateSearch::FindDuplicates(SearchItem *pItem)
         SearchTree::Node *pNode = tree.FindNode(pItem);
         if (bEmpty == (pNode != nullptr))
             g_Log.Error(kFindLabel, 0, "IsPropEmpty == IsPropNotEmpty, for pItem(%s), Prop(%S)\n",
-                        pItem->ItemID.c_str(), pSearchProp->pProp->Key);
+                        pItem->ItemID, pSearchProp->pProp->Key);
         if (bEmpty)
             continue;
 

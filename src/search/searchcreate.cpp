@@ -102,8 +102,11 @@ void CDuplicateSearch::Clear()
     m_lpCmpStreamTags.reset();
 
     for (SearchItem *pItem : m_Items)
-        FreeSearchItem(m_pCompare, pItem);
+        ReleaseItemValues(m_pCompare, pItem);
     m_Items.clear();
+    m_ItemStore.clear();
+    m_ItemIDs.Clear();
+    m_FolderIDs.clear();
 
     m_Groups.clear();
     m_Changes.clear();
@@ -123,15 +126,23 @@ HRESULT CDuplicateSearch::OpenItem(SearchItem *pItem, HITEM *phItem)
     if (it != m_Folders.end()) {
         hFolder = it->second;
     } else {
-        HRESULT hr = m_pCompare->OpenFolder(pItem->FolderID.c_str(), &hFolder);
+        HRESULT hr = m_pCompare->OpenFolder(pItem->FolderID, &hFolder);
         if (hr != S_OK)
             return hr;
         m_Folders.emplace(pItem->FolderID, hFolder);
     }
-    return m_pCompare->OpenFolderItem(hFolder, pItem->ItemID.c_str(), phItem, 0);
+    return m_pCompare->OpenFolderItem(hFolder, pItem->ItemID, phItem, 0);
 }
 
 void CDuplicateSearch::CloseItem(HITEM *phItem) { m_pCompare->CloseItem(phItem); }
+
+const char *CDuplicateSearch::KeepFolderID(std::string_view folderID)
+{
+    auto it = m_FolderIDs.find(folderID);
+    if (it == m_FolderIDs.end())
+        it = m_FolderIDs.emplace(folderID).first;
+    return it->c_str();
+}
 
 ULONG CDuplicateSearch::CmpTagCount() const
 {

@@ -3,30 +3,39 @@
 
 #include <cstdint>
 #include <memory>
-#include <string>
 
 #include "compare/icompare.h"
 
+// Kept once per item for a whole scan, so its texts are not its own: they belong to whoever made the item (the
+// search or the matrix), which keeps them in place for as long as the item lives.
 struct SearchItem {
-    std::string ItemID;   // the item's entry as the caller gave it
-    std::string FolderID; // the entry of the folder that holds it, as the caller gave it
-    int32_t nIndex = 0;   // order of arrival (search) or row number (matrix), from 0
+    const char *ItemID = "";                  // the item's entry as the caller gave it
+    const char *FolderID = "";                // the entry of the folder that holds it, as the caller gave it
+    SPropValue *lpValues = nullptr;           // plain values, owned by the store adaptor: see ReleaseItemValues
+    std::unique_ptr<ULONG[]> pValuesSizes;    // size of each compared property; only when ranking by sizes
+    ULONG cValues = 0;
+    int32_t nIndex = 0;                       // order of arrival (search) or row number (matrix), from 0
     int32_t nPriority = 0;
     int32_t nFilledProps = -1;                // non-empty properties; -1 until computed
-    std::unique_ptr<ULONG[]> pValuesSizes;    // size of each compared property; only when ranking by sizes
     int32_t nMessageSize = -1;                // the item's size as the store reports it; -1 until computed
     int32_t nHasFieldValue = -1;              // 1 holds the wanted field value, 0 not, -1 not computed
-    SPropValue *lpValues = nullptr;           // plain values, owned by the store adaptor: see FreeSearchItem
-    ULONG cValues = 0;
     int32_t nBuildIndex = 0;                  // rank at the latest build of the search
 };
 
-// Gives the item's values back to the adaptor that read them, then frees the record.
+// Gives the item's values back to the adaptor that read them.
+inline void ReleaseItemValues(ICompare *pCompare, SearchItem *pItem)
+{
+    if (pItem->lpValues && pCompare)
+        pCompare->FreeItemProps(pItem->lpValues);
+    pItem->lpValues = nullptr;
+    pItem->cValues = 0;
+}
+
+// For an item made with new: gives its values back, then frees the record.
 inline void FreeSearchItem(ICompare *pCompare, SearchItem *pItem)
 {
     if (!pItem)
         return;
-    if (pItem->lpValues && pCompare)
-        pCompare->FreeItemProps(pItem->lpValues);
+    ReleaseItemValues(pCompare, pItem);
     delete pItem;
 }

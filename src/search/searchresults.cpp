@@ -9,16 +9,16 @@ namespace {
 
 // The size protocol of the result calls: *pnSize holds the buffer's size and receives the size needed; the text
 // is copied only if it fits.
-void CopyOut(const std::string &text, char *pszBuffer, uint32_t *pnSize)
+void CopyOut(const char *pszText, char *pszBuffer, uint32_t *pnSize)
 {
-    uint32_t nNeeded = static_cast<uint32_t>(text.size() + 1);
+    uint32_t nNeeded = static_cast<uint32_t>(std::strlen(pszText) + 1);
     uint32_t nRoom = *pnSize;
     *pnSize = nNeeded;
     if (pszBuffer && nRoom >= nNeeded)
-        std::memcpy(pszBuffer, text.c_str(), nNeeded);
+        std::memcpy(pszBuffer, pszText, nNeeded);
 }
 
-const char *NullIfEmpty(const std::string &text) { return text.empty() ? nullptr : text.c_str(); }
+const char *NullIfEmpty(const char *pszText) { return *pszText ? pszText : nullptr; }
 
 } // namespace
 
@@ -26,7 +26,7 @@ const char *NullIfEmpty(const std::string &text) { return text.empty() ? nullptr
 void CDuplicateSearch::RemoveItemFromSearch(SearchItem *pItem)
 {
     g_Log.Warning("CDuplicateSearch::RemoveItemFromSearch", 0, "Item(%s) removing from duplicate search\n",
-                  pItem->ItemID.c_str());
+                  pItem->ItemID);
     for (SearchProp *pSearchProp : m_SearchProps) {
         pSearchProp->Tree.Remove(pItem);
         pSearchProp->EmptyItems.erase(pItem);
@@ -69,12 +69,7 @@ void CDuplicateSearch::FillChanges(std::map<SearchItem *, ItemSet> &previous)
 void CDuplicateSearch::AppendChange(int32_t nType, const SearchItem *pOriginal, const SearchItem *pDuplicate,
                                     int32_t nIndex)
 {
-    BuildChange change{nType, pOriginal->ItemID, pOriginal->FolderID, {}, {}, nIndex};
-    if (pDuplicate) {
-        change.DuplicateID = pDuplicate->ItemID;
-        change.DuplicateFolderID = pDuplicate->FolderID;
-    }
-    m_Changes.push_back(std::move(change));
+    m_Changes.push_back(BuildChange{nType, nIndex, pOriginal, pDuplicate});
 }
 
 bool CDuplicateSearch::GetBuildChange(int32_t nIndex, int32_t *pnType, const char **ppszOriginalID,
@@ -89,13 +84,13 @@ bool CDuplicateSearch::GetBuildChange(int32_t nIndex, int32_t *pnType, const cha
     if (pnType)
         *pnType = change.nType;
     if (ppszOriginalID)
-        *ppszOriginalID = NullIfEmpty(change.OriginalID);
+        *ppszOriginalID = NullIfEmpty(change.pOriginal->ItemID);
     if (ppszOriginalFolderID)
-        *ppszOriginalFolderID = NullIfEmpty(change.OriginalFolderID);
+        *ppszOriginalFolderID = NullIfEmpty(change.pOriginal->FolderID);
     if (ppszDuplicateID)
-        *ppszDuplicateID = NullIfEmpty(change.DuplicateID);
+        *ppszDuplicateID = change.pDuplicate ? NullIfEmpty(change.pDuplicate->ItemID) : nullptr;
     if (ppszDuplicateFolderID)
-        *ppszDuplicateFolderID = NullIfEmpty(change.DuplicateFolderID);
+        *ppszDuplicateFolderID = change.pDuplicate ? NullIfEmpty(change.pDuplicate->FolderID) : nullptr;
     if (pnDuplicateIndex)
         *pnDuplicateIndex = change.nType == CHANGE_DUPLICATE_ADDED ? change.nIndex : -1;
     return true;

@@ -1,6 +1,7 @@
 // COELib::GetItemProps over crafted messages: every tag of the table, the fall-backs of priority, sender and
 // dates, the header rows, and the failures that cost one value or the whole call.
 #include <cstdlib>
+#include <cstring>
 #include <string>
 
 #include "log/log.h"
@@ -416,6 +417,24 @@ TEST_F(ItemPropsTest, SizeFailureIsTheValuesCode) {
     EXPECT_EQ(Text((*values)[1]), "Hello there");
 }
 
+TEST_F(ItemPropsTest, ValuesAndTheirTextsAreOneBlock) {
+    TestItem item(TextMessage(kHeaders, "x\n"));
+    auto values = Read(item, {PR_OE_SUBJECT, PR_OE_SIZE, PR_ENTRYID, PR_OE_BODY, PR_OE_MESSAGE_ID});
+    ASSERT_EQ(values->m_cValues, 5u);
+    // Packed: the texts and buffers follow the values, in order, each right behind the one before.
+    auto *pNext = reinterpret_cast<const BYTE *>(values->m_pProps + values->m_cValues);
+    EXPECT_EQ(reinterpret_cast<const BYTE *>((*values)[0].Value.lpszA), pNext);
+    pNext += std::strlen((*values)[0].Value.lpszA) + 1;
+    EXPECT_EQ((*values)[2].Value.bin.lpb, pNext);
+    pNext += (*values)[2].Value.bin.cb;
+    EXPECT_EQ(reinterpret_cast<const BYTE *>((*values)[3].Value.lpszA), pNext);
+    pNext += std::strlen((*values)[3].Value.lpszA) + 1;
+    EXPECT_EQ(reinterpret_cast<const BYTE *>((*values)[4].Value.lpszA), pNext);
+    EXPECT_EQ(Text((*values)[0]), "Hello there");
+    EXPECT_EQ(Text((*values)[3]), "x\n");
+    EXPECT_EQ(Text((*values)[4]), "<m1@example.org>");
+}
+
 TEST(ValueArrayTest, FreeSkipsErrorValuesAndLogsUnknownTypes) {
     CLogCapture log;
     SPropValue *pProps = OEAllocValueArray(4);
@@ -427,10 +446,39 @@ TEST(ValueArrayTest, FreeSkipsErrorValuesAndLogsUnknownTypes) {
     pProps[2].ulPropTag = PROP_TAG(PT_I8, 0x8100);
     pProps[3].ulPropTag = PR_ENTRYID;
     pProps[3].Value.bin.lpb = static_cast<BYTE *>(std::malloc(8));
-    COELib lib;
-    lib.FreeItemProps(pProps);
-    lib.FreeItemProps(nullptr);
-    EXPECT_EQ(Logged(log), std::vector<std::string>{"Err[0x14] in COELib::FreeItemProps: Unsupported prop type"});
+    OEFreeValueArray(pProps, "Label", 0);
+    OEFreeValueArray(nullptr, "Label", 0);
+    EXPECT_EQ(Logged(log), std::vector<std::string>{"Err[0x14] in Label: Unsupported prop type"});
+}
+
+TEST(ValueArrayTest, PackKeepsEveryValueAndCopiesTextsAndBuffers) {
+    CLogCapture log;
+    SPropValue *pProps = OEAllocValueArray(5);
+    ASSERT_NE(pProps, nullptr);
+    pProps[0].ulPropTag = PR_OE_SUBJECT;
+    pProps[0].Value.lpszA = static_cast<char *>(std::malloc(4));
+    std::memcpy(pProps[0].Value.lpszA, "abc", 4);
+    pProps[1].ulPropTag = CHANGE_PROP_TYPE(PR_OE_BODY, PT_ERROR);
+    pProps[1].Value.err = MAPI_E_NOT_FOUND;
+    pProps[2].ulPropTag = PR_OE_TO; // a text that is null stays null
+    pProps[3].ulPropTag = PR_ENTRYID;
+    pProps[3].Value.bin.cb = 3;
+    pProps[3].Value.bin.lpb = static_cast<BYTE *>(std::malloc(3));
+    std::memcpy(pProps[3].Value.bin.lpb, "\x01\0\x02", 3);
+    pProps[4].ulPropTag = PR_OE_SIZE;
+    pProps[4].Value.ul = 1234;
+    SPropValue *pPacked = OEPackValueArray(pProps, "Label");
+    ASSERT_NE(pPacked, nullptr);
+    EXPECT_EQ(pPacked[0].ulPropTag, PR_OE_SUBJECT);
+    EXPECT_STREQ(pPacked[0].Value.lpszA, "abc");
+    EXPECT_EQ(pPacked[1].ulPropTag, CHANGE_PROP_TYPE(PR_OE_BODY, PT_ERROR));
+    EXPECT_EQ(pPacked[1].Value.err, MAPI_E_NOT_FOUND);
+    EXPECT_EQ(pPacked[2].Value.lpszA, nullptr);
+    EXPECT_EQ(pPacked[3].Value.bin.cb, 3u);
+    EXPECT_EQ(std::memcmp(pPacked[3].Value.bin.lpb, "\x01\0\x02", 3), 0);
+    EXPECT_EQ(pPacked[4].Value.ul, 1234u);
+    EXPECT_TRUE(Logged(log).empty());
+    std::free(pPacked); // the whole array: the sanitizers see any text left behind or freed twice
 }
 
 } // namespace

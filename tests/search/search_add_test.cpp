@@ -164,6 +164,19 @@ TEST_F(AddTest, FoldersAreOpenedOncePerSearch)
     EXPECT_EQ(m_store.FoldersOpen(), 2);
 }
 
+TEST_F(AddTest, ItemsOfAFolderShareItsEntry)
+{
+    Item("A", "1");
+    Item("B", "2");
+    m_store.AddItem("G", "C").Text(kTagP, "3");
+    Add("A");
+    Add("B");
+    m_pSearch->Add("C", "G", nullptr, 0);
+    EXPECT_EQ(Find("A")->FolderID, Find("B")->FolderID); // one text for both, not a copy each
+    EXPECT_STREQ(Find("A")->FolderID, kFolder);
+    EXPECT_STREQ(Find("C")->FolderID, "G");
+}
+
 TEST_F(AddTest, RefusedFirstItemPreparesAgainWithTheNext)
 {
     testsupport::CLogCapture log(3);

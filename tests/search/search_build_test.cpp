@@ -264,6 +264,31 @@ TEST_F(BuildTest, BuildChangeOutOfBounds)
                                     "Err[0x2] in CDuplicateSearch::GetBuildChange: index is out of bounds"}));
 }
 
+TEST_F(BuildTest, ChangeTextsStayWhileMoreItemsArrive)
+{
+    Item("A", "1");
+    Item("B", "1");
+    Add("A");
+    Add("B");
+    ASSERT_EQ(m_pSearch->Build(), 2);
+    const char *pszOriginal = nullptr, *pszDuplicate = nullptr, *pszDuplicateFolder = nullptr;
+    ASSERT_TRUE(m_pSearch->GetBuildChange(1, nullptr, &pszOriginal, nullptr, &pszDuplicate, &pszDuplicateFolder,
+                                          nullptr));
+    // Enough items to need more room for records and entries, every other one refused, before the next Build.
+    for (int i = 0; i < 1000; i++) {
+        std::string strEntry = "item-with-a-long-entry-" + std::to_string(i);
+        auto item = Item(strEntry, "v" + std::to_string(i));
+        if (i % 2)
+            item.FailGetProps(MAPI_E_CALL_FAILED);
+        Add(strEntry);
+    }
+    EXPECT_STREQ(pszOriginal, "A");
+    EXPECT_STREQ(pszDuplicate, "B");
+    EXPECT_STREQ(pszDuplicateFolder, kFolder);
+    EXPECT_EQ(m_pSearch->Items().size(), 502u);
+    EXPECT_STREQ(m_pSearch->Items().back()->ItemID, "item-with-a-long-entry-998");
+}
+
 class ResultSizeTest : public BuildTest {
 protected:
     void SetUp() override

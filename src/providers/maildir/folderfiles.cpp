@@ -50,8 +50,10 @@ HRESULT CountMessages(const std::string &strDir, DWORD &cMessage, DWORD &cUnread
     return S_OK;
 }
 
-std::string MessagePath(const std::string &strDir, const MessageFile &file) {
-    return strDir + (file.bNew ? "/new/" : "/cur/") + file.strName;
+std::string MessagePath(const std::string &strDir, std::string_view svName, bool bNew) {
+    std::string strPath = strDir + (bNew ? "/new/" : "/cur/");
+    strPath += svName;
+    return strPath;
 }
 
 bool IsMaildirFolder(const std::string &strDir) {

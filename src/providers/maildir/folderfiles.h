@@ -2,6 +2,7 @@
 #pragma once
 
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "platform/com.h"
@@ -14,8 +15,8 @@ HRESULT ListMessageFiles(const std::string &strDir, std::vector<MessageFile> &fi
 // The number of messages in the folder and of those without the read flag.
 HRESULT CountMessages(const std::string &strDir, DWORD &cMessage, DWORD &cUnread);
 
-// The path of a message file: "<dir>/cur/<name>" or "<dir>/new/<name>".
-std::string MessagePath(const std::string &strDir, const MessageFile &file);
+// The path of a message file: "<dir>/cur/<name>" or "<dir>/new/<name>" (bNew).
+std::string MessagePath(const std::string &strDir, std::string_view svName, bool bNew);
 
 // True if strDir has the cur/ and new/ of a Maildir folder.
 bool IsMaildirFolder(const std::string &strDir);

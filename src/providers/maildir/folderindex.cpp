@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <cstring>
 #include <ctime>
 #include <sys/stat.h>
 
@@ -44,7 +45,7 @@ HRESULT CFolderIndex::Pass(const std::string &strText, CUidList &list, bool &bCh
         // Delivery order: modification time, then name (which begins with the delivery time).
         std::vector<std::pair<DeliveryKey, size_t>> keyed;
         keyed.reserve(newFiles.size());
-        for (size_t i : newFiles) keyed.push_back({DeliveryOf(MessagePath(m_strDir, m_files[i])), i});
+        for (size_t i : newFiles) keyed.push_back({DeliveryOf(MessagePath(m_strDir, m_files[i].strName, m_files[i].bNew)), i});
         std::sort(keyed.begin(), keyed.end(), [&](const auto &a, const auto &b) {
             if (a.first.nSeconds != b.first.nSeconds) return a.first.nSeconds < b.first.nSeconds;
             if (a.first.nNanos != b.first.nNanos) return a.first.nNanos < b.first.nNanos;
@@ -59,16 +60,28 @@ HRESULT CFolderIndex::Pass(const std::string &strText, CUidList &list, bool &bCh
 
 void CFolderIndex::BuildView(CUidList &list) {
     const std::vector<UidEntry> &entries = list.Entries();
-    auto view = std::make_shared<std::vector<IndexedMessage>>();
-    view->reserve(m_files.size());
+    size_t nKept = 0, cbNames = 0;
     for (size_t i = 0; i < m_files.size(); ++i) {
         if (m_index[i] == SIZE_MAX) continue; // a second file under a unique name in use
-        const UidEntry &e = entries[m_index[i]];
-        DWORD dwState = (StateFromFlags(SplitMaildirName(m_files[i].strName).svFlags) & kNameStateBits) |
-                        (e.dwExtra & ~kNameStateBits);
-        view->push_back(IndexedMessage{e.id, dwState, std::move(m_files[i])});
+        ++nKept;
+        cbNames += m_files[i].strName.size() + 1;
     }
-    std::sort(view->begin(), view->end(), [](const IndexedMessage &a, const IndexedMessage &b) { return a.id < b.id; });
+    auto view = std::make_shared<MessageList>();
+    view->messages.reserve(nKept);
+    view->names = std::make_unique_for_overwrite<char[]>(cbNames);
+    char *pszName = view->names.get();
+    for (size_t i = 0; i < m_files.size(); ++i) {
+        if (m_index[i] == SIZE_MAX) continue;
+        const UidEntry &e = entries[m_index[i]];
+        const std::string &strName = m_files[i].strName;
+        DWORD dwState = (StateFromFlags(SplitMaildirName(strName).svFlags) & kNameStateBits) |
+                        (e.dwExtra & ~kNameStateBits);
+        std::memcpy(pszName, strName.c_str(), strName.size() + 1);
+        view->messages.push_back(IndexedMessage{e.id, dwState, ViewedFile{pszName, m_files[i].bNew}});
+        pszName += strName.size() + 1;
+    }
+    std::sort(view->messages.begin(), view->messages.end(),
+              [](const IndexedMessage &a, const IndexedMessage &b) { return a.id < b.id; });
     m_view = std::move(view);
     // The file list only served this reading; the view holds the names now. Kept, it would be a second copy of
     // every name for as long as the folder is open.
@@ -149,7 +162,8 @@ HRESULT CFolderIndex::Update(const std::function<HRESULT(CUidList &)> &fnChange)
 }
 
 const IndexedMessage *CFolderIndex::Find(MESSAGEID id) const {
-    auto it = std::lower_bound(m_view->begin(), m_view->end(), id,
+    const std::vector<IndexedMessage> &messages = m_view->messages;
+    auto it = std::lower_bound(messages.begin(), messages.end(), id,
                                [](const IndexedMessage &m, MESSAGEID idWanted) { return m.id < idWanted; });
-    return it != m_view->end() && it->id == id ? &*it : nullptr;
+    return it != messages.end() && it->id == id ? &*it : nullptr;
 }

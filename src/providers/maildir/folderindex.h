@@ -13,13 +13,25 @@
 #include "providers/maildir/folderfiles.h"
 #include "providers/maildir/uidlist.h"
 
-struct IndexedMessage {
-    MESSAGEID id;
-    DWORD dwState;    // from the file name and the uid list
-    MessageFile file; // where the file is now
+// A message file as a view keeps it: the name lies in the view's buffer of names.
+struct ViewedFile {
+    const char *pszName; // file name in its subdirectory
+    bool bNew;           // in new/ rather than cur/
 };
 
-using MessageView = std::shared_ptr<const std::vector<IndexedMessage>>; // ascending ids
+struct IndexedMessage {
+    MESSAGEID id;
+    DWORD dwState;   // from the file name and the uid list
+    ViewedFile file; // where the file is now
+};
+
+// The messages of one reading. A view lives as long as the folder is open (a whole scan, for a scan), so the
+// names share one buffer rather than taking one allocation each.
+struct MessageList {
+    std::vector<IndexedMessage> messages; // ascending ids
+    std::unique_ptr<char[]> names;        // the files' names, each zero-terminated
+};
+using MessageView = std::shared_ptr<const MessageList>;
 
 class CFolderIndex {
 public:
@@ -40,7 +52,9 @@ public:
     const MessageView &View() const { return m_view; }
     const IndexedMessage *Find(MESSAGEID id) const;
 
-    std::string PathOf(const IndexedMessage &msg) const { return MessagePath(m_strDir, msg.file); }
+    std::string PathOf(const IndexedMessage &msg) const {
+        return MessagePath(m_strDir, msg.file.pszName, msg.file.bNew);
+    }
     std::string UidListPath() const { return m_strDir + "/tessel-uidlist"; }
 
 private:
@@ -60,7 +74,7 @@ private:
     std::string m_strDir;
     std::vector<MessageFile> m_files; // the files of the reading in progress; emptied once the view is built
     std::vector<size_t> m_index;      // m_index[i]: entry of m_files[i]
-    MessageView m_view = std::make_shared<std::vector<IndexedMessage>>();
+    MessageView m_view = std::make_shared<MessageList>();
     FolderSig m_sig;           // what the view was read from
     bool m_bSigValid = false;  // m_sig can tell whether a new reading is needed
 };

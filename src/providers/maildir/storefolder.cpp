@@ -53,7 +53,7 @@ HRESULT CopyStream(IStream *pFrom, IStream *pTo) {
     return FAILED(hr) ? hr : S_OK;
 }
 
-std::string UniqueOf(const std::string &strName) { return std::string(SplitMaildirName(strName).svUnique); }
+std::string UniqueOf(std::string_view svName) { return std::string(SplitMaildirName(svName).svUnique); }
 
 } // namespace
 
@@ -134,9 +134,9 @@ HRESULT CStoreFolder::GetFirstMessage(DWORD dwFlags, DWORD dwMsgFlags, MESSAGEID
     MessageView view = m_index.View();
     size_t nPos = 0;
     if (dwMsgIdFirst != MESSAGEID_FIRST)
-        nPos = static_cast<size_t>(std::lower_bound(view->begin(), view->end(), dwMsgIdFirst,
+        nPos = static_cast<size_t>(std::lower_bound(view->messages.begin(), view->messages.end(), dwMsgIdFirst,
                                                     [](const IndexedMessage &m, MESSAGEID id) { return m.id < id; }) -
-                                   view->begin());
+                                   view->messages.begin());
     MessageEnum *pEnum = new MessageEnum{std::move(view), nPos, dwMsgFlags};
     HENUMSTORE hEnum = reinterpret_cast<HENUMSTORE>(pEnum);
     hr = GetNextMessage(hEnum, dwFlags, pProps);
@@ -152,10 +152,10 @@ HRESULT CStoreFolder::GetNextMessage(HENUMSTORE hEnum, DWORD dwFlags, MESSAGEPRO
     if (!hEnum || !pProps) return E_POINTER;
     MessageEnum *pEnum = reinterpret_cast<MessageEnum *>(hEnum);
     bool bFile = !(dwFlags & MSGPROPS_FAST);
-    while (pEnum->nPos < pEnum->view->size()) {
+    while (pEnum->nPos < pEnum->view->messages.size()) {
         if (bFile && !pEnum->bCold && pEnum->nPos % kColdCheck == 0) pEnum->bCold = ReadFromDisk(&pEnum->nInBlocks);
         if (bFile && pEnum->bCold) ReadAheadOf(pEnum->view, pEnum->nPos, &pEnum->nAhead);
-        const IndexedMessage &listed = (*pEnum->view)[pEnum->nPos++];
+        const IndexedMessage &listed = pEnum->view->messages[pEnum->nPos++];
         HRESULT hr = WithMessage(
             listed.id,
             [&](const IndexedMessage &msg, const std::string &) {
@@ -171,8 +171,8 @@ HRESULT CStoreFolder::GetNextMessage(HENUMSTORE hEnum, DWORD dwFlags, MESSAGEPRO
 }
 
 void CStoreFolder::ReadAheadOf(const MessageView &view, size_t nPos, size_t *pnAhead) {
-    size_t nEnd = std::min(view->size(), nPos + kReadAhead);
-    for (size_t i = std::max(*pnAhead, nPos); i < nEnd; i++) ReadAhead(m_index.PathOf((*view)[i]));
+    size_t nEnd = std::min(view->messages.size(), nPos + kReadAhead);
+    for (size_t i = std::max(*pnAhead, nPos); i < nEnd; i++) ReadAhead(m_index.PathOf(view->messages[i]));
     *pnAhead = std::max(*pnAhead, nEnd);
 }
 
@@ -323,9 +323,9 @@ HRESULT CStoreFolder::SetFlags(MESSAGEIDLIST *pMsgIdList, DWORD dwState, DWORD d
         DWORD dwNew = 0;
         HRESULT hr = WithMessage(pMsgIdList->prgdwMsgId[i], [&](const IndexedMessage &msg, const std::string &strPath) {
             dwNew = (msg.dwState & ~dwStatemask) | (dwState & dwStatemask);
-            if ((dwNew ^ msg.dwState) & ~kNameStateBits) extras[UniqueOf(msg.file.strName)] = dwNew;
+            if ((dwNew ^ msg.dwState) & ~kNameStateBits) extras[UniqueOf(msg.file.pszName)] = dwNew;
             if (!((dwNew ^ msg.dwState) & kNameStateBits)) return S_OK;
-            MaildirName name = SplitMaildirName(msg.file.strName);
+            MaildirName name = SplitMaildirName(msg.file.pszName);
             std::string strTarget = m_strDir + "/cur/" + std::string(name.svUnique) + ":2," +
                                     FlagsFromState(name.svFlags, dwNew);
             return RenameNoReplace(strPath, strTarget);
@@ -349,7 +349,7 @@ HRESULT CStoreFolder::MoveMessagesTo(CStoreFolder &dest, const MESSAGEIDLIST &li
     for (DWORD i = 0; i < list.cMsgs; ++i) {
         HRESULT hr = WithMessage(list.prgdwMsgId[i], [&](const IndexedMessage &msg, const std::string &strPath) {
             std::string strSub = msg.file.bNew ? "/new/" : "/cur/";
-            std::string strName = msg.file.strName;
+            std::string strName = msg.file.pszName;
             HRESULT hrMove = STG_E_FILEALREADYEXISTS;
             if (!taken.count(UniqueOf(strName))) hrMove = RenameNoReplace(strPath, dest.m_strDir + strSub + strName);
             if (hrMove == STG_E_FILEALREADYEXISTS) { // the name is taken there: the message gets a new one
