@@ -8,13 +8,12 @@
 namespace {
 
 const char kUpperDigits[] = "0123456789ABCDEF";
-const char kLowerDigits[] = "0123456789abcdef";
 
 // The value of a hexadecimal digit, or -1.
 int DigitValue(char c) {
-    if (c == '\0') return -1;
-    if (const char *pHit = std::strchr(kUpperDigits, c)) return static_cast<int>(pHit - kUpperDigits);
-    if (const char *pHit = std::strchr(kLowerDigits, c)) return static_cast<int>(pHit - kLowerDigits);
+    if (c >= '0' && c <= '9') return c - '0';
+    if (c >= 'A' && c <= 'F') return c - 'A' + 10;
+    if (c >= 'a' && c <= 'f') return c - 'a' + 10;
     return -1;
 }
 

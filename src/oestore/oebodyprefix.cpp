@@ -10,8 +10,9 @@ namespace {
 // read, seek or write that needs more than the block and its size.
 class COEPrefixStream final : public CStreamBase {
 public:
-    COEPrefixStream(std::string strPrefix, uint64_t cbSize, IMimeMessage *pMessage, DWORD dwTxtType)
-        : m_strPrefix(std::move(strPrefix)), m_cbSize(cbSize), m_pMessage(pMessage), m_dwTxtType(dwTxtType) {
+    COEPrefixStream(COEBodyPrefixes::CBlock *pPrefix, uint64_t cbSize, IMimeMessage *pMessage, DWORD dwTxtType)
+        : m_pPrefix(pPrefix), m_cbSize(cbSize), m_pMessage(pMessage), m_dwTxtType(dwTxtType) {
+        m_pPrefix->AddRef();
         m_pMessage->AddRef();
     }
 
@@ -19,8 +20,8 @@ public:
         if (m_pReal) return m_pReal->Read(pv, cb, pcbRead);
         if (pcbRead) *pcbRead = 0;
         if (!pv && cb) return E_POINTER;
-        size_t nFromPrefix = m_nPos < m_strPrefix.size() ? std::min<size_t>(cb, m_strPrefix.size() - m_nPos) : 0;
-        if (nFromPrefix) std::memcpy(pv, m_strPrefix.data() + m_nPos, nFromPrefix);
+        size_t nFromPrefix = m_nPos < m_pPrefix->Size() ? std::min<size_t>(cb, m_pPrefix->Size() - m_nPos) : 0;
+        if (nFromPrefix) std::memcpy(pv, m_pPrefix->Data() + m_nPos, nFromPrefix);
         m_nPos += nFromPrefix;
         ULONG cbRest = cb - static_cast<ULONG>(nFromPrefix);
         ULONG cbRestRead = 0;
@@ -75,6 +76,7 @@ private:
     ~COEPrefixStream() override {
         SafeRelease(m_pReal);
         m_pMessage->Release();
+        m_pPrefix->Release();
     }
 
     // The body's own stream, at the position reached here.
@@ -98,7 +100,7 @@ private:
         return S_OK;
     }
 
-    std::string m_strPrefix;
+    COEBodyPrefixes::CBlock *m_pPrefix; // one reference
     uint64_t m_cbSize;
     IMimeMessage *m_pMessage; // one reference
     DWORD m_dwTxtType;
@@ -108,12 +110,20 @@ private:
 
 } // namespace
 
+COEBodyPrefixes::CBlock *COEBodyPrefixes::CBlock::Make(const char *pb, uint32_t cb) {
+    void *pv = std::malloc(sizeof(CBlock) + cb);
+    if (!pv) return nullptr;
+    auto *pBlock = new (pv) CBlock(cb);
+    if (cb) std::memcpy(pBlock + 1, pb, cb);
+    return pBlock;
+}
+
 bool COEBodyPrefixes::Open(STOREFOLDERID dwFolderId, MESSAGEID dwMessageId, ULONG nTag, IMimeMessage *pMessage,
                            IStream **ppStream) const {
     auto it = m_Entries.find(Key(dwFolderId, dwMessageId, nTag));
     if (it == m_Entries.end()) return false;
     const Entry &entry = it->second;
-    *ppStream = new (std::nothrow) COEPrefixStream(entry.strPrefix, entry.cbSize, pMessage, entry.dwTxtType);
+    *ppStream = new (std::nothrow) COEPrefixStream(entry.pPrefix.get(), entry.cbSize, pMessage, entry.dwTxtType);
     return *ppStream != nullptr;
 }
 
@@ -122,14 +132,13 @@ void COEBodyPrefixes::Learn(STOREFOLDERID dwFolderId, MESSAGEID dwMessageId, ULO
     if (m_Entries.size() >= kMaxEntries) return;
     STATSTG stat{};
     if (pStream->Stat(&stat, STATFLAG_NONAME) != S_OK) return;
-    Entry entry{std::string(kPrefix, '\0'), stat.cbSize.QuadPart, dwTxtType};
+    char rgb[kPrefix];
     ULONG cbRead = 0;
-    HRESULT hr = pStream->Read(entry.strPrefix.data(), kPrefix, &cbRead);
+    HRESULT hr = pStream->Read(rgb, kPrefix, &cbRead);
     LARGE_INTEGER start{};
     if (pStream->Seek(start, STREAM_SEEK_SET, nullptr) != S_OK || hr != S_OK) return;
     // A short first read must be the whole body, else the block is not what a comparison would read.
-    if (cbRead < kPrefix && cbRead != entry.cbSize) return;
-    entry.strPrefix.resize(cbRead);
-    entry.strPrefix.shrink_to_fit();
-    m_Entries.emplace(Key(dwFolderId, dwMessageId, nTag), std::move(entry));
+    if (cbRead < kPrefix && cbRead != stat.cbSize.QuadPart) return;
+    Entry entry{std::unique_ptr<CBlock, BlockRelease>(CBlock::Make(rgb, cbRead)), stat.cbSize.QuadPart, dwTxtType};
+    if (entry.pPrefix) m_Entries.emplace(Key(dwFolderId, dwMessageId, nTag), std::move(entry));
 }

@@ -5,8 +5,8 @@
 #pragma once
 
 #include <cstdint>
+#include <cstdlib>
 #include <memory>
-#include <string>
 #include <unordered_map>
 
 #include "platform/com.h"
@@ -28,10 +28,31 @@ public:
     void Clear() { m_Entries.clear(); }
     size_t Count() const { return m_Entries.size(); }
 
+    // A first block in one allocation with its count of owners in front: the table and every stream that serves
+    // it share the bytes, so an open copies nothing and a stream may outlive the table's entry.
+    class CBlock {
+    public:
+        static CBlock *Make(const char *pb, uint32_t cb); // one owner; null without memory
+        void AddRef() { ++m_cRef; }
+        void Release() {
+            if (--m_cRef == 0) std::free(this);
+        }
+        const char *Data() const { return reinterpret_cast<const char *>(this + 1); }
+        uint32_t Size() const { return m_cb; }
+
+    private:
+        CBlock(uint32_t cb) : m_cb(cb) {}
+        uint32_t m_cRef = 1; // one calling thread
+        uint32_t m_cb;
+    };
+
 private:
+    struct BlockRelease {
+        void operator()(CBlock *pBlock) const { pBlock->Release(); }
+    };
     struct Entry {
-        std::string strPrefix; // at most kPrefix bytes
-        uint64_t cbSize;       // of the whole body
+        std::unique_ptr<CBlock, BlockRelease> pPrefix; // at most kPrefix bytes
+        uint64_t cbSize;                              // of the whole body
         DWORD dwTxtType;
     };
     struct KeyHash {

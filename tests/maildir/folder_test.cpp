@@ -260,6 +260,32 @@ TEST_F(FolderTest, DeleteInDeletedItemsUnlinksAndIdsAreNotReused) {
     pNs->Release();
 }
 
+// Ids with gaps before, between and after the messages: each id reaches its own message, a gone id none.
+TEST_F(FolderTest, EveryIdFindsItsMessageAcrossGapsLeftByDeletes) {
+    IStoreNamespace *pNs = Open();
+    IStoreFolder *pInbox = OpenSpecial(pNs, FOLDER_INBOX);
+    WriteFileText(Root() / "new" / "1004.M1P1.host", Message("first-4"));
+    WriteFileText(Root() / "new" / "1005.M1P1.host", Message("first-5"));
+    ASSERT_EQ(List(pInbox).size(), 5u);
+    MESSAGEID rgGone[2] = {1, 3};
+    MESSAGEIDLIST gone{sizeof(MESSAGEIDLIST), 2, rgGone};
+    ASSERT_EQ(pInbox->DeleteMessages(&gone, 0, nullptr), S_OK);
+    for (MESSAGEID id = 0; id <= 7; id++) {
+        MESSAGEPROPS props{};
+        props.cbSize = sizeof(props);
+        HRESULT hr = pInbox->GetMessageProps(id, 0, &props);
+        if (id == 2 || id == 4 || id == 5) {
+            ASSERT_EQ(hr, S_OK) << "id " << id;
+            EXPECT_EQ(std::string(props.pszSubject), "first-" + std::to_string(id));
+            pInbox->FreeMessageProps(&props);
+        } else {
+            EXPECT_LT(hr, 0) << "id " << id;
+        }
+    }
+    pInbox->Release();
+    pNs->Release();
+}
+
 TEST_F(FolderTest, DeleteOfAnUnknownIdFailsAndChangesNothing) {
     IStoreNamespace *pNs = Open();
     IStoreFolder *pInbox = OpenSpecial(pNs, FOLDER_INBOX);

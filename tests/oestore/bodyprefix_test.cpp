@@ -202,6 +202,22 @@ TEST_F(BodyStreams, AStreamOpenedFromWhatWasRememberedSeeksAndStatsAsTheBodysOwn
     Compare().CloseItem(&h);
 }
 
+// The remembered block goes with the connection, but a stream that serves it keeps its own hold on the bytes.
+TEST_F(BodyStreams, AStreamFromWhatWasRememberedOutlivesTheConnection) {
+    EXPECT_EQ(std::get<3>(ReadBody(5, PR_OE_BODY)), std::string(300, 'a') + "x tail"); // remembered now
+    HITEM h = nullptr;
+    ASSERT_EQ(Compare().OpenItem(m_rgEntries[5].c_str(), &h, 0), S_OK);
+    IStream *pStream = nullptr;
+    ASSERT_EQ(Compare().OpenStreamProp(h, PR_OE_BODY, &pStream, 0), S_OK);
+    ASSERT_TRUE(Reconnect());
+    std::string strRead(400, '\0');
+    ULONG cb = 0;
+    ASSERT_EQ(pStream->Read(strRead.data(), 400, &cb), S_OK);
+    EXPECT_EQ(strRead.substr(0, cb), std::string(300, 'a') + "x tail");
+    pStream->Release();
+    Compare().CloseItem(&h);
+}
+
 TEST_F(BodyStreams, AnItemEditedInMemoryShowsItsOwnBody) {
     HITEM h = nullptr;
     ASSERT_EQ(Compare().OpenItem(m_rgEntries[0].c_str(), &h, 0), S_OK);

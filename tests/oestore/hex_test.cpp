@@ -47,6 +47,24 @@ TEST(Hex2Dec, BadDigitGivesMinusOneAndTheScanGoesOn) {
     EXPECT_EQ(testing::internal::GetCapturedStderr(), "Hex2DecError\nHex2DecError\nHex2DecError\n");
 }
 
+// Each of the 255 non-zero byte values as a lone digit: the sixteen digits of either case read as themselves,
+// everything else, the neighbours of the digit ranges included, as a bad digit.
+TEST(Hex2Dec, OnlyHexadecimalDigitsOfEitherCaseAreDigits) {
+    const std::string strDigits = "0123456789abcdef";
+    testing::internal::CaptureStderr();
+    int nBad = 0;
+    for (int c = 1; c < 256; c++) {
+        const char sz[2] = {static_cast<char>(c), '\0'};
+        size_t nAt = strDigits.find(static_cast<char>(c >= 'A' && c <= 'F' ? c - 'A' + 'a' : c));
+        int32_t nExpected = nAt == std::string::npos ? -1 : static_cast<int32_t>(nAt);
+        EXPECT_EQ(Hex2Dec(sz, 1), nExpected) << "byte " << c;
+        nBad += nExpected < 0;
+    }
+    std::string strErr = testing::internal::GetCapturedStderr();
+    EXPECT_EQ(nBad, 255 - 22);
+    EXPECT_EQ(strErr.size(), static_cast<size_t>(nBad) * std::string("Hex2DecError\n").size());
+}
+
 TEST(Hex2Dec, StopsAtTheTerminator) {
     testing::internal::CaptureStderr();
     EXPECT_EQ(Hex2Dec("A", 8), -1);

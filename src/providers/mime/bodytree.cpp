@@ -48,7 +48,7 @@ std::string ConvertPiece(const char *pszCharset, const char *p, size_t cb) {
     if (cb == 0) return std::string();
     bool bUtf8 = !pszCharset || g_ascii_strcasecmp(pszCharset, "utf-8") == 0 ||
                  g_ascii_strcasecmp(pszCharset, "utf8") == 0 || g_ascii_strcasecmp(pszCharset, "us-ascii") == 0;
-    if (bUtf8 && g_utf8_validate(p, static_cast<gssize>(cb), nullptr)) return std::string(p, cb);
+    if (bUtf8 && MimeIsUtf8(std::string_view(p, cb))) return std::string(p, cb);
     if (!bUtf8) {
         iconv_t cd = g_mime_iconv_open("UTF-8", pszCharset);
         if (cd != reinterpret_cast<iconv_t>(-1)) {

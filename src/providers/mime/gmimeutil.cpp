@@ -1,5 +1,7 @@
 #include "providers/mime/gmimeutil.h"
 
+#include <algorithm>
+#include <cstdint>
 #include <cstdlib>
 #include <cstring>
 #include <iterator>
@@ -82,6 +84,31 @@ std::string MimeReadGStream(GMimeStream *pStream) {
         str.append(buffer, static_cast<size_t>(n));
     }
     return str;
+}
+
+bool MimeIsUtf8(std::string_view sv) {
+    constexpr uint64_t kHigh = 0x8080808080808080ull, kOnes = 0x0101010101010101ull;
+    const auto *p = reinterpret_cast<const unsigned char *>(sv.data());
+    const unsigned char *pEnd = p + sv.size();
+    while (p < pEnd) {
+        while (pEnd - p >= 8) {
+            uint64_t w = 0;
+            std::memcpy(&w, p, sizeof(w));
+            if ((w & kHigh) != 0 || ((w - kOnes) & ~w & kHigh) != 0) break; // a byte above 0x7F, or a NUL
+            p += 8;
+        }
+        if (p == pEnd) break;
+        if (*p != 0 && *p < 0x80) {
+            ++p;
+            continue;
+        }
+        // One character as its lead byte announces it; GLib judges it, as it would inside the whole text.
+        ptrdiff_t cb = *p >= 0xF0 ? 4 : *p >= 0xE0 ? 3 : *p >= 0xC0 ? 2 : 1;
+        cb = std::min(cb, pEnd - p);
+        if (!g_utf8_validate_len(reinterpret_cast<const gchar *>(p), static_cast<gsize>(cb), nullptr)) return false;
+        p += cb;
+    }
+    return true;
 }
 
 bool MimeEqualNoCase(std::string_view a, std::string_view b) {

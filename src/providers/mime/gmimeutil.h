@@ -42,5 +42,8 @@ HRESULT MimeReadStream(IStream *pStream, std::string &strOut);
 // Every byte of a GMime stream from its start.
 std::string MimeReadGStream(GMimeStream *pStream);
 
+// What g_utf8_validate says of these bytes (a NUL byte fails), with runs of ASCII checked a word at a time.
+bool MimeIsUtf8(std::string_view sv);
+
 // Case-insensitive ASCII comparison of header names and MIME types.
 bool MimeEqualNoCase(std::string_view a, std::string_view b);

@@ -469,7 +469,7 @@ size_t CMimeMessage::FindPlainBodyAsIs() const {
         return npos;
     size_t nBody = MimeHeaderBlockEnd(m_strSource);
     std::string_view svBody = std::string_view(m_strSource).substr(nBody);
-    if (svBody.empty() || !g_utf8_validate(svBody.data(), static_cast<gssize>(svBody.size()), nullptr)) return npos;
+    if (svBody.empty() || !MimeIsUtf8(svBody)) return npos;
     return nBody;
 }
 
