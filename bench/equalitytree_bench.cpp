@@ -5,7 +5,8 @@
 // rebuild every few inserts. "runs": ten ascending runs that start at different places, as folder after folder.
 // "random": for comparison, rebuilds are rare.
 //
-// Run it from the build tree: bench/equalitytree_bench [max-n]. Times are processor time of the process.
+// Run it from the build tree: bench/equalitytree_bench [max-n [workload]]. Times are processor time of the
+// process.
 #include <malloc.h>
 
 #include <cmath>
@@ -91,10 +92,11 @@ void Run(const std::string &strWorkload, size_t n)
 int main(int argc, char **argv)
 {
     size_t nMax = argc > 1 ? std::strtoul(argv[1], nullptr, 10) : 1000000;
+    std::string strOnly = argc > 2 ? argv[2] : "";
     std::printf("%-11s %8s  %8s  %8s  %8s  %6s  %5s  %7s\n", "workload", "n", "us/ins", "rebuilds", "cmp/ins",
                 "log2n", "ratio", "B/elem");
     for (const char *pszWorkload : {"sorted-ish", "runs", "random"})
-        for (size_t n = 10000; n <= nMax; n *= 10)
+        for (size_t n = 10000; n <= nMax && (strOnly.empty() || strOnly == pszWorkload); n *= 10)
             Run(pszWorkload, n);
     return 0;
 }
