@@ -28,7 +28,14 @@
 #include "search/textarena.h"
 #include "tessel.h"
 
-using SearchTree = CEqualityTree<SearchItem *>;
+// The search numbers its items by arrival, and a refused item leaves every index before its number is given
+// again, so the per-property indexes find an item's node by that number.
+struct SearchItemArrival {
+    size_t operator()(const SearchItem *pItem) const { return static_cast<size_t>(pItem->nIndex); }
+};
+using SearchTree = CEqualityTree<SearchItem *, SearchItemArrival>;
+// The short-lived sorters of Build hold few items with numbers spread over the whole search: those hash.
+using SortTree = CEqualityTree<SearchItem *>;
 using ItemSet = SearchTree::ElementSet; // items ordered by address, each mapped to itself
 
 struct TagArrayDeleter {

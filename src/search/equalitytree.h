@@ -5,7 +5,14 @@
 //
 // Elements are opaque pointer-sized words (a pointer type or an integer); the tree never owns them. Only the
 // comparator gives them meaning: negative sends the new element left, positive right, 0 means equal. As a map key
-// an element is ordered by its numeric value.
+// an element is ordered by its numeric value. KeyOf, if given, numbers the elements densely (see
+// equalitynodemap.h) so that FindNode needs no hashing.
+//
+// Since the last rebuild the tree is the perfectly balanced tree over the sorted array m_Balanced, whose links
+// follow from the indexes alone (the node at mid = (lo + hi) / 2 of a range has the mids of the two halves as its
+// children), with the nodes made since hanging in small linked subtrees from its empty child slots. So a rebuild
+// only merges the new nodes into the array; nothing else is written. The node links of the balanced part are
+// written out only when someone asks for Root().
 #pragma once
 
 #include <algorithm>
@@ -13,27 +20,28 @@
 #include <cstdint>
 #include <map>
 #include <type_traits>
-#include <unordered_map>
 #include <utility>
 #include <vector>
 
-template <typename T> class CEqualityTree;
+#include "search/equalityitems.h"
+#include "search/equalitynodemap.h"
 
 // One set of equal elements. Element 0 stands for the node in every comparison.
 template <typename T> class CEqualityNode {
 public:
-    explicit CEqualityNode(CEqualityNode *pParent) : m_pParent(pParent) {}
-    virtual ~CEqualityNode() = default;
+    CEqualityNode(T first, CEqualityNode *pParent) : m_pParent(pParent), m_Items(first) {}
     CEqualityNode(const CEqualityNode &) = delete;
     CEqualityNode &operator=(const CEqualityNode &) = delete;
 
+    // The links are current once CEqualityTree::Root() has been asked; until then only those of the nodes made
+    // since the last rebuild are.
     CEqualityNode *m_pParent;          // null at the root; nothing walks upward
     CEqualityNode *m_pLeft = nullptr;  // what compared negative
     CEqualityNode *m_pRight = nullptr; // what compared positive
-    std::vector<T> m_Items;            // the equal elements in order of arrival; never empty inside a tree
+    CEqualItems<T> m_Items;            // the equal elements in order of arrival; never empty inside a tree
 };
 
-template <typename T> class CEqualityTree {
+template <typename T, typename KeyOf = void> class CEqualityTree {
     static_assert(std::is_pointer_v<T> || std::is_integral_v<T>, "elements are pointer-sized words");
     static_assert(sizeof(T) <= sizeof(void *), "elements are pointer-sized words");
 
@@ -47,7 +55,7 @@ public:
     using ElementSet = std::map<T, T>;
 
     CEqualityTree() = default;
-    virtual ~CEqualityTree()
+    ~CEqualityTree()
     {
         std::vector<Node *> nodes;
         GetNodes(nodes);
@@ -66,48 +74,19 @@ public:
         *pbEqual = false;
         m_nLastDepth = 0;
 
-        Node *pResult = nullptr;
-        if (!m_pRoot) {
-            pResult = m_pRoot = NewNode(element, nullptr);
-        } else {
-            Node *pNode = m_pRoot;
-            while (pNode) {
-                bool bAbort = false;
-                int32_t nResult = fnCompare(element, pNode->m_Items[0], &bAbort, pContext);
-                *pbEqual = nResult == 0;
-                m_nLastDepth++;
-                if (bAbort)
-                    break;
-                if (nResult == 0) {
-                    pNode->m_Items.push_back(element);
-                    pResult = pNode;
-                    break;
-                }
-                Node *&pChild = nResult < 0 ? pNode->m_pLeft : pNode->m_pRight;
-                if (!pChild) {
-                    pResult = pChild = NewNode(element, pNode);
-                    break;
-                }
-                pNode = pChild;
-            }
-        }
-
+        Node *pResult = Descend(fnCompare, element, pbEqual, pContext);
         if (pResult) {
             m_nItems++;
             if (!*pbEqual)
                 m_nDistinct++;
-            m_ItemNodes[element] = pResult;
+            m_ItemNodes.Set(element, pResult);
         }
         m_nComparisons += m_nLastDepth;
         return pResult;
     }
 
     // The element's node, or null; no comparator runs.
-    Node *FindNode(T element) const
-    {
-        auto it = m_ItemNodes.find(element);
-        return it == m_ItemNodes.end() ? nullptr : it->second;
-    }
+    Node *FindNode(T element) const { return m_ItemNodes.Find(element); }
 
     // All elements of the element's node, itself included. False, with out untouched, if it isn't in the tree.
     bool GetEquals(T element, ElementSet &out) const
@@ -165,32 +144,29 @@ public:
         if (pNode->m_Items.size() == 1) {
             std::vector<Node *> nodes;
             GetNodes(nodes);
-            size_t nPos = 0;
-            for (size_t i = 0; i < nodes.size(); i++) {
-                nodes[i]->m_pLeft = nodes[i]->m_pRight = nullptr;
-                if (nodes[i] == pNode)
-                    nPos = i;
-            }
-            for (T item : pNode->m_Items)
-                m_ItemNodes.erase(item);
-            nodes.erase(nodes.begin() + static_cast<std::ptrdiff_t>(nPos));
+            ClearLinks(nodes);
+            m_ItemNodes.Erase(element);
+            nodes.erase(std::find(nodes.begin(), nodes.end(), pNode));
             delete pNode;
             m_Balanced = std::move(nodes);
-            m_pRoot = BuildBalanced(m_Balanced, 0, static_cast<int32_t>(m_Balanced.size()) - 1, nullptr);
+            m_Gaps.clear();
+            m_pRoot = nullptr;
+            m_bLinked = false;
             ResetAfterRebuild();
             return;
         }
-        auto &items = pNode->m_Items;
-        for (auto it = items.begin(); it != items.end(); ++it) {
-            if (*it == element) {
-                items.erase(it);
-                break;
-            }
-        }
-        m_ItemNodes.erase(element);
+        pNode->m_Items.erase(element);
+        m_ItemNodes.Erase(element);
     }
 
-    Node *Root() const { return m_pRoot; }
+    // The root, with the links of every node brought up to date.
+    Node *Root() const
+    {
+        if (m_Balanced.empty())
+            return m_pRoot;
+        m_bLinked = true;
+        return Link(0, static_cast<int32_t>(m_Balanced.size()) - 1, nullptr);
+    }
     int32_t Distinct() const { return m_nDistinct; }    // inserts that found no equal element
     int32_t ItemCount() const { return m_nItems; }      // successful inserts; removals don't lower it
     int32_t Comparisons() const { return m_nComparisons; } // comparator calls over all inserts
@@ -199,21 +175,122 @@ public:
     double Efficiency() const { return m_dEfficiency; }
     int32_t Samples() const { return m_nSamples; }
     double EfficiencyMean() const { return m_dEfficiencyMean; }
-    size_t Size() const { return m_ItemNodes.size(); } // elements in the tree now
+    size_t Size() const { return m_ItemNodes.Size(); } // elements in the tree now
 
 private:
-    Node *NewNode(T element, Node *pParent)
+    using NodeMap = std::conditional_t<std::is_void_v<KeyOf>, CHashNodeMap<T, Node>, CDenseNodeMap<T, Node, KeyOf>>;
+
+    // A subtree of nodes made since the last rebuild, hanging from an empty child slot of the balanced part.
+    struct Gap {
+        size_t nAt;   // how many nodes of m_Balanced come before it
+        Node *pRoot;
+        bool operator<(const Gap &other) const { return nAt < other.nAt; }
+    };
+
+    // Down the balanced part by index ranges, then down the links of the subtree hanging where the ranges end.
+    Node *Descend(Comparator fnCompare, T element, bool *pbEqual, void *pContext)
     {
-        Node *pNode = new Node(pParent);
-        pNode->m_Items.push_back(element);
-        m_Fresh.push_back(pNode);
+        Node *pParent = nullptr;
+        Node **ppSlot = &m_pRoot;
+        size_t nGap = 0;
+        int32_t nResult = 0;
+        if (!m_Balanced.empty()) {
+            int32_t lo = 0, hi = static_cast<int32_t>(m_Balanced.size()) - 1;
+            for (;;) {
+                int32_t mid = (lo + hi) / 2;
+                Node *pNode = m_Balanced[static_cast<size_t>(mid)];
+                if (!Compare(fnCompare, element, pNode, pbEqual, pContext, &nResult))
+                    return nullptr;
+                if (nResult == 0) {
+                    pNode->m_Items.push_back(element);
+                    return pNode;
+                }
+                if (nResult < 0 && lo < mid) {
+                    hi = mid - 1;
+                } else if (nResult > 0 && mid < hi) {
+                    lo = mid + 1;
+                } else {
+                    pParent = pNode;
+                    ppSlot = nResult < 0 ? &pNode->m_pLeft : &pNode->m_pRight;
+                    nGap = static_cast<size_t>(nResult < 0 ? mid : mid + 1);
+                    break;
+                }
+            }
+        }
+        if (!*ppSlot) {
+            *ppSlot = new Node(element, pParent);
+            m_Gaps.push_back({nGap, *ppSlot});
+            return *ppSlot;
+        }
+        for (Node *pNode = *ppSlot;;) {
+            if (!Compare(fnCompare, element, pNode, pbEqual, pContext, &nResult))
+                return nullptr;
+            if (nResult == 0) {
+                pNode->m_Items.push_back(element);
+                return pNode;
+            }
+            Node *&pChild = nResult < 0 ? pNode->m_pLeft : pNode->m_pRight;
+            if (!pChild)
+                return pChild = new Node(element, pNode);
+            pNode = pChild;
+        }
+    }
+
+    // One comparator call against the node's element 0; false if the comparator aborted.
+    bool Compare(Comparator fnCompare, T element, Node *pNode, bool *pbEqual, void *pContext, int32_t *pnResult)
+    {
+        bool bAbort = false;
+        *pnResult = fnCompare(element, pNode->m_Items[0], &bAbort, pContext);
+        *pbEqual = *pnResult == 0;
+        m_nLastDepth++;
+        return !bAbort;
+    }
+
+    // Writes the links of the balanced part over [lo, hi]; the subtrees hanging from its empty slots keep theirs.
+    Node *Link(int32_t lo, int32_t hi, Node *pParent) const
+    {
+        int32_t mid = (lo + hi) / 2;
+        Node *pNode = m_Balanced[static_cast<size_t>(mid)];
+        pNode->m_pParent = pParent;
+        if (lo < mid)
+            pNode->m_pLeft = Link(lo, mid - 1, pNode);
+        if (mid < hi)
+            pNode->m_pRight = Link(mid + 1, hi, pNode);
         return pNode;
     }
 
-    // In-order walk without recursion: before the first rebuild a tree fed sorted input is a list.
-    template <typename Visit> void Walk(bool bReverse, Visit visit) const { WalkFrom(m_pRoot, bReverse, visit); }
+    static void ClearLinks(const std::vector<Node *> &nodes)
+    {
+        for (Node *pNode : nodes)
+            pNode->m_pLeft = pNode->m_pRight = nullptr;
+    }
 
-    template <typename Visit> static void WalkFrom(Node *pNode, bool bReverse, Visit visit)
+    // In-order walk of the balanced part by index ranges, and of the hanging subtrees by their links.
+    template <typename Visit> void Walk(bool bReverse, Visit visit) const
+    {
+        if (m_Balanced.empty())
+            WalkFrom(m_pRoot, bReverse, visit);
+        else
+            WalkRange(0, static_cast<int32_t>(m_Balanced.size()) - 1, bReverse, visit);
+    }
+
+    template <typename Visit> void WalkRange(int32_t lo, int32_t hi, bool bReverse, Visit &visit) const
+    {
+        int32_t mid = (lo + hi) / 2;
+        Node *pNode = m_Balanced[static_cast<size_t>(mid)];
+        auto side = [&](bool bLeft) {
+            if (bLeft ? lo < mid : mid < hi)
+                WalkRange(bLeft ? lo : mid + 1, bLeft ? mid - 1 : hi, bReverse, visit);
+            else
+                WalkFrom(bLeft ? pNode->m_pLeft : pNode->m_pRight, bReverse, visit);
+        };
+        side(!bReverse);
+        visit(pNode);
+        side(bReverse);
+    }
+
+    // Without recursion: before the first rebuild a tree fed sorted input is a list.
+    template <typename Visit> static void WalkFrom(Node *pNode, bool bReverse, Visit &visit)
     {
         std::vector<Node *> stack;
         while (pNode || !stack.empty()) {
@@ -241,104 +318,55 @@ private:
         return m_dEfficiencyMean < 85.0;
     }
 
-    // BuildBalanced sets both child links of every node, so the links need no clearing first.
+    // Merges the hanging subtrees into m_Balanced, gap by gap, from the back, so only the nodes behind the first
+    // gap move; input that arrives sorted rebuilds every few inserts and fills gaps near the end. The links that
+    // described the hanging subtrees are cleared, since the balanced part reads a link only at an empty slot.
     void Rebalance()
     {
-        AbsorbFresh();
-        m_pRoot = BuildBalanced(m_Balanced, 0, static_cast<int32_t>(m_Balanced.size()) - 1, nullptr);
-        ResetAfterRebuild();
-    }
-
-    // Brings m_Balanced to all nodes in ascending order without walking the whole tree: input that arrives
-    // sorted rebuilds every few inserts, and a walk chases a pointer per node, one cache miss after the other.
-    // Since the last rebuild the tree is the balanced tree over m_Balanced with the fresh nodes hanging from its
-    // empty child slots in small subtrees. Each such subtree fills the gap beside its old parent, whose place
-    // follows from the turns of the path down to it, replayed on the index ranges that BuildBalanced used. The
-    // merge runs from the back, so only the nodes behind the first gap move.
-    void AbsorbFresh()
-    {
-        if (m_Balanced.empty()) {
-            GetNodes(m_Balanced);
-            return;
-        }
-        std::vector<Node *> fresh(m_Fresh);
-        std::sort(fresh.begin(), fresh.end());
-        std::vector<std::pair<size_t, Node *>> gaps; // (nodes of m_Balanced before the subtree, its root)
-        for (Node *pNode : m_Fresh)
-            if (!std::binary_search(fresh.begin(), fresh.end(), pNode->m_pParent))
-                gaps.emplace_back(GapOf(pNode), pNode);
-        std::sort(gaps.begin(), gaps.end());
-
-        std::vector<Node *> added;  // the subtrees' nodes, gap after gap, each in ascending order
-        std::vector<size_t> ends;   // where each subtree's nodes end in added
-        for (auto &gap : gaps) {
-            WalkFrom(gap.second, false, [&added](Node *pNode) { added.push_back(pNode); });
+        if (m_bLinked)
+            ClearLinks(m_Balanced);
+        m_bLinked = false;
+        std::sort(m_Gaps.begin(), m_Gaps.end());
+        std::vector<Node *> added; // the subtrees' nodes, gap after gap, each in ascending order
+        std::vector<size_t> ends;  // where each subtree's nodes end in added
+        auto collect = [&added](Node *pNode) { added.push_back(pNode); };
+        for (const Gap &gap : m_Gaps) {
+            WalkFrom(gap.pRoot, false, collect);
             ends.push_back(added.size());
+            if (Node *pParent = gap.pRoot->m_pParent)
+                pParent->m_pLeft = pParent->m_pRight = nullptr;
         }
+        ClearLinks(added);
+
         size_t nOld = m_Balanced.size();
         m_Balanced.resize(nOld + added.size());
         auto at = [](std::vector<Node *> &nodes, size_t n) { return nodes.begin() + static_cast<std::ptrdiff_t>(n); };
         size_t nSrcEnd = nOld, nDst = m_Balanced.size();
-        for (size_t g = gaps.size(); g-- > 0;) {
-            size_t nGap = gaps[g].first, nBegin = g ? ends[g - 1] : 0;
+        for (size_t g = m_Gaps.size(); g-- > 0;) {
+            size_t nGap = m_Gaps[g].nAt, nBegin = g ? ends[g - 1] : 0;
             std::move_backward(at(m_Balanced, nGap), at(m_Balanced, nSrcEnd), at(m_Balanced, nDst));
             nDst -= nSrcEnd - nGap;
             nSrcEnd = nGap;
             std::copy_backward(at(added, nBegin), at(added, ends[g]), at(m_Balanced, nDst));
             nDst -= ends[g] - nBegin;
         }
-    }
-
-    // How many nodes of m_Balanced come before a fresh subtree whose parent is an old node. The path from the
-    // root down to that parent runs through old nodes only, so it is at most as long as the balanced tree is deep.
-    size_t GapOf(Node *pRoot) const
-    {
-        uint64_t nTurns = 0; // bit i: the path went right i steps above pRoot
-        int nSteps = 0;
-        Node *pChild = pRoot;
-        for (Node *pNode = pRoot->m_pParent; pNode; pChild = pNode, pNode = pNode->m_pParent, nSteps++)
-            if (pNode->m_pRight == pChild)
-                nTurns |= uint64_t{1} << nSteps;
-        int32_t lo = 0, hi = static_cast<int32_t>(m_Balanced.size()) - 1;
-        for (int i = nSteps - 1; i >= 1; i--) {
-            int32_t mid = (lo + hi) / 2;
-            if (nTurns >> i & 1)
-                lo = mid + 1;
-            else
-                hi = mid - 1;
-        }
-        int32_t nParent = (lo + hi) / 2;
-        return static_cast<size_t>((nTurns & 1) ? nParent + 1 : nParent);
-    }
-
-    // Order and node contents stay as they are, so nodes handed out earlier remain valid.
-    static Node *BuildBalanced(const std::vector<Node *> &nodes, int32_t lo, int32_t hi, Node *pParent)
-    {
-        if (lo > hi)
-            return nullptr;
-        int32_t mid = (lo + hi) / 2;
-        Node *pNode = nodes[static_cast<size_t>(mid)];
-        pNode->m_pParent = pParent;
-        pNode->m_pLeft = BuildBalanced(nodes, lo, mid - 1, pNode);
-        pNode->m_pRight = BuildBalanced(nodes, mid + 1, hi, pNode);
-        return pNode;
+        m_Gaps.clear();
+        m_pRoot = nullptr;
+        ResetAfterRebuild();
     }
 
     void ResetAfterRebuild()
     {
-        m_Fresh.clear();
         m_nRebuilds++;
         m_dEfficiency = m_dEfficiencySum = m_dEfficiencyMean = 100.0;
         m_nSamples = 1;
     }
 
-    Node *m_pRoot = nullptr;
+    Node *m_pRoot = nullptr; // the linked root while m_Balanced is empty: before the first rebuild
     int32_t m_nDistinct = 0;
     int32_t m_nItems = 0;
     int32_t m_nComparisons = 0;
-    // Answers FindNode without a comparison. Hashed rather than ordered: nothing walks it in order, and a lookup
-    // in an ordered map of a large tree is a chain of cache misses on every Add.
-    std::unordered_map<T, Node *> m_ItemNodes;
+    NodeMap m_ItemNodes; // answers FindNode without a comparison
     int32_t m_nLastDepth = 0;
     int32_t m_nRebuilds = 0;
     double m_dEfficiency = 0.0;
@@ -346,5 +374,6 @@ private:
     double m_dEfficiencySum = 0.0;
     double m_dEfficiencyMean = 0.0;
     std::vector<Node *> m_Balanced; // the nodes in ascending order as of the last rebuild
-    std::vector<Node *> m_Fresh;    // nodes made since the last rebuild, in order of creation
+    std::vector<Gap> m_Gaps;        // the hanging subtrees, in order of creation
+    mutable bool m_bLinked = false; // Root() wrote the balanced part's links since the last rebuild
 };

@@ -95,7 +95,7 @@ int32_t CDuplicateSearch::Build()
     // Rank every item that has an equal item, best claim to be an original first.
     std::vector<SearchItem *> order;
     {
-        SearchTree ranking;
+        SortTree ranking;
         for (auto &entry : m_Equals) {
             bool bEqual = false;
             ranking.Insert(fnCompareOriginal, entry.first, &bEqual, this);
@@ -136,7 +136,7 @@ void CDuplicateSearch::CutGroups(const std::vector<SearchItem *> &order)
 
         std::vector<SearchItem *> group;
         {
-            SearchTree members;
+            SortTree members;
             bool bEqual = false;
             members.Insert(fnCompareBuildIndex, pItem, &bEqual, this);
             done.emplace(pItem, pItem);

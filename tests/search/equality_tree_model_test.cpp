@@ -1,25 +1,35 @@
 // The tree against a plain model of its rules: every rebuild lists all nodes by a full walk and links them anew,
 // as simply as the rules can be written down. The tree's own rebuild takes shortcuts (it keeps the node order of
-// the last rebuild and merges only the nodes made since), so after every insert and removal both must agree on the
-// shape, the parent links, the contents of every node and all counters.
+// the last rebuild, merges only the nodes made since and writes no links until asked), so after every insert and
+// removal both must agree on the shape, the parent links, the contents of every node, where every element is
+// found and all counters. Both ways of finding an element's node are run: hashed, and by the element's number.
 #include "search/equalitytree.h"
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
 #include <cstdint>
 #include <memory>
 #include <random>
+#include <set>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace {
 
-using Tree = CEqualityTree<intptr_t>;
-using Node = Tree::Node;
+struct NumberOf {
+    size_t operator()(intptr_t n) const { return static_cast<size_t>(n); }
+};
+using Node = CEqualityTree<intptr_t>::Node;
 
-int32_t CompareTens(intptr_t nNew, intptr_t nNode, bool *, void *)
+// The comparator calls of one insert, in order: (new element, node's element).
+using Calls = std::vector<std::pair<intptr_t, intptr_t>>;
+
+int32_t CompareTens(intptr_t nNew, intptr_t nNode, bool *, void *pCalls)
 {
+    static_cast<Calls *>(pCalls)->emplace_back(nNew, nNode);
     intptr_t a = nNew / 10, b = nNode / 10; // 10..19 are equal, so nodes hold several elements
     return a < b ? -1 : (a > b ? 1 : 0);
 }
@@ -33,7 +43,7 @@ public:
         std::vector<intptr_t> items;
     };
 
-    void Insert(intptr_t element)
+    void Insert(intptr_t element, Calls *pCalls)
     {
         if (m_nLastDepth >= 1 && m_nItems >= 8) {
             m_nSamples++;
@@ -47,7 +57,7 @@ public:
             m_pRoot = New(element, nullptr);
         } else {
             for (ModelNode *pNode = m_pRoot;;) {
-                int32_t n = CompareTens(element, pNode->items[0], nullptr, nullptr);
+                int32_t n = CompareTens(element, pNode->items[0], nullptr, pCalls);
                 m_nLastDepth++;
                 if (n == 0) {
                     pNode->items.push_back(element);
@@ -89,6 +99,15 @@ public:
     }
 
     ModelNode *Root() const { return m_pRoot; }
+    std::vector<intptr_t> Items() const
+    {
+        std::vector<ModelNode *> nodes;
+        List(m_pRoot, nodes);
+        std::vector<intptr_t> items;
+        for (ModelNode *pNode : nodes)
+            items.insert(items.end(), pNode->items.begin(), pNode->items.end());
+        return items;
+    }
     int32_t m_nItems = 0, m_nDistinct = 0, m_nComparisons = 0, m_nLastDepth = 0, m_nRebuilds = 0, m_nSamples = 0;
     double m_dSum = 0.0;
 
@@ -138,53 +157,103 @@ private:
     std::vector<std::unique_ptr<ModelNode>> m_Owned;
 };
 
-// Same shape, same parent links, same elements in every node.
-bool SameTree(const Node *pNode, const Node *pParent, const CModelTree::ModelNode *pModel)
+// Same shape, same parent links, same elements in every node, and every element found in its node.
+template <typename Tree>
+bool SameTree(const Tree &tree, Node *pNode, const Node *pParent, const CModelTree::ModelNode *pModel)
 {
     if (!pNode || !pModel)
         return !pNode && !pModel;
+    for (intptr_t n : pModel->items)
+        if (tree.FindNode(n) != pNode)
+            return false;
     return pNode->m_pParent == pParent && pNode->m_Items == pModel->items &&
-           SameTree(pNode->m_pLeft, pNode, pModel->pLeft) && SameTree(pNode->m_pRight, pNode, pModel->pRight);
+           SameTree(tree, pNode->m_pLeft, pNode, pModel->pLeft) &&
+           SameTree(tree, pNode->m_pRight, pNode, pModel->pRight);
 }
 
-void ExpectSame(const Tree &tree, const CModelTree &model, const std::string &strWhen)
+template <typename Tree> void ExpectSameCounters(const Tree &tree, const CModelTree &model, const std::string &strWhen)
 {
-    ASSERT_TRUE(SameTree(tree.Root(), nullptr, model.Root())) << strWhen;
     ASSERT_EQ(tree.Rebuilds(), model.m_nRebuilds) << strWhen;
     ASSERT_EQ(tree.Comparisons(), model.m_nComparisons) << strWhen;
     ASSERT_EQ(tree.LastDepth(), model.m_nLastDepth) << strWhen;
     ASSERT_EQ(tree.ItemCount(), model.m_nItems) << strWhen;
     ASSERT_EQ(tree.Distinct(), model.m_nDistinct) << strWhen;
+    std::vector<intptr_t> items = model.Items();
+    ASSERT_EQ(tree.Size(), std::set<intptr_t>(items.begin(), items.end()).size()) << strWhen; // repeats count once
 }
 
-// Feeds both the same elements and compares after every step.
-void Feed(Tree &tree, CModelTree &model, const std::vector<intptr_t> &elements)
+template <typename Tree> void ExpectSame(const Tree &tree, const CModelTree &model, const std::string &strWhen)
+{
+    ASSERT_TRUE(SameTree(tree, tree.Root(), nullptr, model.Root())) << strWhen;
+    ExpectSameCounters(tree, model, strWhen);
+}
+
+// Feeds both the same elements and compares the comparator calls of every insert, and after it either the whole
+// shape or only what the listings and counters show, which leaves the tree's links unasked.
+template <typename Tree>
+void Feed(Tree &tree, CModelTree &model, const std::vector<intptr_t> &elements, bool bShape = true)
 {
     for (intptr_t n : elements) {
         bool bEqual = false;
-        ASSERT_NE(tree.Insert(CompareTens, n, &bEqual, nullptr), nullptr);
-        model.Insert(n);
-        ExpectSame(tree, model, "after inserting " + std::to_string(n));
+        Calls treeCalls, modelCalls;
+        ASSERT_NE(tree.Insert(CompareTens, n, &bEqual, &treeCalls), nullptr);
+        model.Insert(n, &modelCalls);
+        std::string strWhen = "after inserting " + std::to_string(n);
+        ASSERT_EQ(treeCalls, modelCalls) << strWhen;
+        if (bShape) {
+            ExpectSame(tree, model, strWhen);
+        } else {
+            ExpectSameCounters(tree, model, strWhen);
+            std::vector<intptr_t> items;
+            tree.GetItems(items);
+            ASSERT_EQ(items, model.Items()) << strWhen;
+        }
     }
 }
 
-TEST(EqualityTreeModelTest, SortedRunsInSeveralPlacesRebuildAsTheModelDoes)
+template <typename Tree> class EqualityTreeModelTest : public ::testing::Test {};
+using TreeKinds = ::testing::Types<CEqualityTree<intptr_t>, CEqualityTree<intptr_t, NumberOf>>;
+TYPED_TEST_SUITE(EqualityTreeModelTest, TreeKinds);
+
+// Ascending runs that start at different places, as the dates of one folder after another do, with a few
+// repeats that join existing nodes.
+std::vector<intptr_t> SortedRuns()
 {
-    // Ascending runs that start at different places, as the dates of one folder after another do, with a few
-    // repeats that join existing nodes.
     std::vector<intptr_t> elements;
     for (intptr_t nStart : {5000, 1000, 3000, 1500, 9000})
         for (intptr_t i = 0; i < 300; i++)
             elements.push_back(nStart + i * 7);
     for (intptr_t i = 0; i < 50; i++)
         elements.push_back(1000 + i * 7); // repeats
-    Tree tree;
+    return elements;
+}
+
+TYPED_TEST(EqualityTreeModelTest, SortedRunsInSeveralPlacesRebuildAsTheModelDoes)
+{
+    TypeParam tree;
     CModelTree model;
-    Feed(tree, model, elements);
+    Feed(tree, model, SortedRuns());
     EXPECT_GT(tree.Rebuilds(), 100);
 }
 
-TEST(EqualityTreeModelTest, RandomAndDescendingInputRebuildAsTheModelDoes)
+TYPED_TEST(EqualityTreeModelTest, LinksAskedForOnlyNowAndThenAgreeWithTheModel)
+{
+    // Many rebuilds pass between two looks at the shape, and each look writes links that later rebuilds must not
+    // be misled by.
+    std::vector<intptr_t> elements = SortedRuns();
+    TypeParam tree;
+    CModelTree model;
+    for (size_t nBegin = 0; nBegin < elements.size(); nBegin += 400) {
+        size_t nEnd = std::min(elements.size(), nBegin + 400);
+        Feed(tree, model, std::vector<intptr_t>(elements.begin() + static_cast<std::ptrdiff_t>(nBegin),
+                                                elements.begin() + static_cast<std::ptrdiff_t>(nEnd)),
+             false);
+        ExpectSame(tree, model, "after " + std::to_string(nEnd) + " inserts");
+    }
+    EXPECT_GT(tree.Rebuilds(), 100);
+}
+
+TYPED_TEST(EqualityTreeModelTest, RandomAndDescendingInputRebuildAsTheModelDoes)
 {
     std::mt19937 random(11);
     std::vector<intptr_t> elements;
@@ -192,15 +261,15 @@ TEST(EqualityTreeModelTest, RandomAndDescendingInputRebuildAsTheModelDoes)
         elements.push_back(static_cast<intptr_t>(random() % 100000));
     for (intptr_t i = 0; i < 400; i++)
         elements.push_back(200000 - i * 3); // descending, left of everything before
-    Tree tree;
+    TypeParam tree;
     CModelTree model;
     Feed(tree, model, elements);
     EXPECT_GT(tree.Rebuilds(), 10);
 }
 
-TEST(EqualityTreeModelTest, RemovalsBetweenInsertsRebuildAsTheModelDoes)
+TYPED_TEST(EqualityTreeModelTest, RemovalsBetweenInsertsRebuildAsTheModelDoes)
 {
-    Tree tree;
+    TypeParam tree;
     CModelTree model;
     std::vector<intptr_t> first;
     for (intptr_t i = 0; i < 200; i++)
@@ -215,15 +284,22 @@ TEST(EqualityTreeModelTest, RemovalsBetweenInsertsRebuildAsTheModelDoes)
     for (intptr_t i = 0; i < 200; i++)
         more.push_back(5 + i * 10 + (i % 3)); // lands beside the survivors, some equal to them
     Feed(tree, model, more);
+    // A node of one element, a later and two first elements of shared nodes, and one that isn't there.
+    for (intptr_t n : {5, 16, 20, 300, 2}) {
+        tree.Remove(n);
+        model.Remove(n);
+        ExpectSame(tree, model, "after removing " + std::to_string(n));
+    }
     std::vector<intptr_t> after;
     for (intptr_t i = 0; i < 200; i++)
         after.push_back(100000 + i * 10); // ascending again after the removals' rebuilds
-    Feed(tree, model, after);
+    Feed(tree, model, after, false);
+    ExpectSame(tree, model, "after the last inserts");
 }
 
-TEST(EqualityTreeModelTest, RemovingEverythingAndGrowingAgain)
+TYPED_TEST(EqualityTreeModelTest, RemovingEverythingAndGrowingAgain)
 {
-    Tree tree;
+    TypeParam tree;
     CModelTree model;
     std::vector<intptr_t> elements;
     for (intptr_t i = 0; i < 40; i++)
