@@ -7,7 +7,6 @@
 //
 // Run it from the build tree: bench/equalitytree_bench [max-n [workload]]. Times are processor time of the
 // process.
-#include <malloc.h>
 
 #include <cmath>
 #include <cstdint>
@@ -18,6 +17,7 @@
 #include <string>
 #include <vector>
 
+#include "processmeasure.h"
 #include "search/equalitytree.h"
 
 namespace {
@@ -51,19 +51,6 @@ std::vector<intptr_t> MakeInput(const std::string &strWorkload, size_t n)
         elements.swap(byRun);
     }
     return elements;
-}
-
-size_t HeapInUse()
-{
-    struct mallinfo2 info = mallinfo2();
-    return info.uordblks + info.hblkhd;
-}
-
-double CpuSeconds()
-{
-    timespec ts{};
-    clock_gettime(CLOCK_PROCESS_CPUTIME_ID, &ts);
-    return static_cast<double>(ts.tv_sec) + static_cast<double>(ts.tv_nsec) * 1e-9;
 }
 
 void Run(const std::string &strWorkload, size_t n)

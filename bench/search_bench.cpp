@@ -7,7 +7,6 @@
 //
 // Prints a table; run it from the build tree: bench/search_bench [max-n [spread|mostly-empty|both]]. Times are
 // processor time of the process.
-#include <malloc.h>
 #include <sys/resource.h>
 
 #include <cmath>
@@ -19,6 +18,7 @@
 #include <string>
 #include <vector>
 
+#include "processmeasure.h"
 #include "search/duplicatesearch.h"
 
 namespace {
@@ -124,20 +124,6 @@ void FillStore(CBenchStore &store, size_t n, bool bMostlyEmpty)
                 value = "value " + std::to_string(p) + " " + std::to_string(random());
         }
     }
-}
-
-size_t HeapInUse()
-{
-    struct mallinfo2 info = mallinfo2();
-    return info.uordblks + info.hblkhd;
-}
-
-// Processor time of this process: the machine is shared, and wall time would count the others' work.
-double CpuSeconds()
-{
-    timespec ts{};
-    clock_gettime(CLOCK_PROCESS_CPUTIME_ID, &ts);
-    return static_cast<double>(ts.tv_sec) + static_cast<double>(ts.tv_nsec) * 1e-9;
 }
 
 void Run(size_t n, bool bMostlyEmpty)
