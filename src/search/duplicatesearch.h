@@ -23,6 +23,7 @@
 #include <vector>
 
 #include "compare/icompare.h"
+#include "search/emptysignatures.h"
 #include "search/equalitytree.h"
 #include "search/searchitem.h"
 #include "search/textarena.h"
@@ -43,11 +44,10 @@ struct TagArrayDeleter {
 };
 using TagArrayPtr = std::unique_ptr<SPropTagArray, TagArrayDeleter>;
 
-// One compared property: every accepted item is in exactly one of Tree and EmptyItems, unless a comparator
-// aborted its insertion.
+// One compared property: every accepted item is either in Tree or empty there by the search's empty
+// signatures, unless a comparator aborted its insertion.
 struct SearchProp {
     SearchTree Tree;      // items with a non-empty value; a node holds items with equal values
-    ItemSet EmptyItems;   // items whose value is empty
     PropDesc *pProp;      // the descriptor, an element of the search's own copies
 };
 
@@ -113,6 +113,8 @@ public:
     int32_t PropCount() const { return m_nProps; }
     const PropDesc *Props() const { return m_pProps.get(); }
     const std::vector<SearchProp *> &SearchProps() const { return m_SearchProps; }
+    // Where each accepted item is empty, by the numbers of SearchProps().
+    const CEmptySignatures &EmptySignatures() const { return m_EmptySignatures; }
     const std::vector<SearchItem *> &Items() const { return m_Items; }
     const std::map<SearchItem *, ItemSet> &Equals() const { return m_Equals; }
     const std::vector<std::vector<SearchItem *>> &Groups() const { return m_Groups; }
@@ -169,6 +171,7 @@ private:
     int32_t m_nProps;
     std::unique_ptr<PropDesc[]> m_pProps;
     std::vector<SearchProp *> m_SearchProps;         // owned
+    CEmptySignatures m_EmptySignatures;              // over m_SearchProps; only accepted items are filed
     TagArrayPtr m_lpInfoPropTags;
     TagArrayPtr m_lpInfoStreamTags;
     TagArrayPtr m_lpCmpPropTags;

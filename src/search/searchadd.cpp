@@ -103,7 +103,7 @@ bool CDuplicateSearch::PrepareSearchProps(HITEM hItem)
             g_Log.Error(kAddLabel, 0, "remove comparation by prop(key=%S,name=%S) from dublicate search\n",
                         desc.Key, desc.Name);
         } else {
-            m_SearchProps.push_back(new SearchProp{{}, {}, &desc});
+            m_SearchProps.push_back(new SearchProp{{}, &desc});
             AppendTag(bStream ? m_lpCmpStreamTags.get() : m_lpCmpPropTags.get(), desc.Tag);
             g_Log.Info(3, kAddLabel, "Use comparation by prop(name=%S, key=%S)\n", desc.Name, desc.Key);
         }
@@ -113,11 +113,13 @@ bool CDuplicateSearch::PrepareSearchProps(HITEM hItem)
         g_Log.Error(kAddLabel, 0, "Number of props to compare = 0");
         return false;
     }
+    m_EmptySignatures.Reset(m_SearchProps.size());
     return true;
 }
 
-// Reads the compared plain values into the item and files it in every property's tree or empty set. False if
-// the item must be refused; the trees it entered by then are left to the rollback.
+// Reads the compared plain values into the item and files it in every property's tree, and where it is empty
+// among the empty signatures. False if the item must be refused; the trees it entered by then are left to the
+// rollback, and it has no signature yet.
 bool CDuplicateSearch::FileItem(SearchItem *pItem, HITEM hItem, const char *szItemID)
 {
     if (m_lpCmpPropTags->cValues > 0) {
@@ -128,7 +130,9 @@ bool CDuplicateSearch::FileItem(SearchItem *pItem, HITEM hItem, const char *szIt
         }
     }
 
-    for (SearchProp *pSearchProp : m_SearchProps) {
+    CEmptySignatures::Bits empty = m_EmptySignatures.NewBits();
+    for (size_t nProp = 0; nProp < m_SearchProps.size(); nProp++) {
+        SearchProp *pSearchProp = m_SearchProps[nProp];
         PropDesc *pProp = pSearchProp->pProp;
         SearchContext context{this, pProp, nullptr, hItem};
         bool bEqual = false;
@@ -140,18 +144,19 @@ bool CDuplicateSearch::FileItem(SearchItem *pItem, HITEM hItem, const char *szIt
             }
             context.pPropValue = pValue;
             if (m_pCompare->IsEmptyValue(&pValue->Value, pValue->ulPropTag, nullptr))
-                pSearchProp->EmptyItems.emplace(pItem, pItem);
+                CEmptySignatures::Set(empty, nProp);
             else
                 pSearchProp->Tree.Insert(fnCompareValue, pItem, &bEqual, &context);
         } else {
             BOOL bEmpty = 0;
             m_pCompare->StreamPropEmpty(hItem, pProp->Tag, &bEmpty, nullptr);
             if (bEmpty)
-                pSearchProp->EmptyItems.emplace(pItem, pItem);
+                CEmptySignatures::Set(empty, nProp);
             else
                 pSearchProp->Tree.Insert(fnCompareStream, pItem, &bEqual, &context);
         }
     }
+    m_EmptySignatures.Add(pItem, empty);
     return true;
 }
 

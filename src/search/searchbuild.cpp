@@ -1,7 +1,10 @@
 // CDuplicateSearch: the rule of equality (FindDuplicates) and the cutting of the equality relation into groups
 // (Build).
+#include <algorithm>
+
 #include "log/log.h"
 #include "search/duplicatesearch.h"
+#include "search/undecideditems.h"
 
 namespace {
 
@@ -15,20 +18,20 @@ constexpr const char *kBuildLabel = "CDuplicateSearch::Build";
 // were empty wherever pItem had a value so far, so that they are neither in nor out yet. Q, the items that share
 // pItem's node, and Z, the items empty in this property, are only ever read.
 //
-// Neither Q nor Z is copied: copying the property's EmptyItems, and pItem's node of a common subject, made every
-// Add grow with the number of items before it. Membership in Q is a question to the tree (is k's node pItem's
-// node?), M starts as a view of the first EmptyItems, and intersections walk the smaller side. E and M never
-// share an item (E grows only from E and from what leaves M), so what the step-by-step removals from Q, Z and M
-// would leave is exactly what these reads give.
+// None of these sets is written out over the store: a few percent of the items lack any one value, and
+// intersecting such sets made every Add grow with the number of items before it. Membership in Q is a question
+// to the tree (is k's node pItem's node?), in Z and M a bit test of k's empty signature, and M is enumerated
+// through the few signatures that cover it, so an Add costs what pItem's nodes and M hold. E and M never share
+// an item (E grows only from E and from what leaves M), so E needs no duplicate check.
 std::unique_ptr<ItemSet> CDuplicateSearch::FindDuplicates(SearchItem *pItem)
 {
-    std::unique_ptr<ItemSet> pE;
-    const ItemSet *pM = nullptr; // the first EmptyItems, or mOwn
-    ItemSet mOwn;
-    for (SearchProp *pSearchProp : m_SearchProps) {
+    std::vector<SearchItem *> e;
+    bool bStarted = false; // pItem had a value somewhere, so E and M exist
+    CUndecidedItems m(m_EmptySignatures);
+    for (size_t nProp = 0; nProp < m_SearchProps.size(); nProp++) {
+        SearchProp *pSearchProp = m_SearchProps[nProp];
         const SearchTree &tree = pSearchProp->Tree;
-        const ItemSet &empty = pSearchProp->EmptyItems;
-        bool bEmpty = empty.count(pItem) != 0;
+        bool bEmpty = m_EmptySignatures.IsEmpty(pItem, nProp);
         SearchTree::Node *pNode = tree.FindNode(pItem);
         if (bEmpty == (pNode != nullptr))
             g_Log.Error(kFindLabel, 0, "IsPropEmpty == IsPropNotEmpty, for pItem(%s), Prop(%S)\n",
@@ -38,55 +41,46 @@ std::unique_ptr<ItemSet> CDuplicateSearch::FindDuplicates(SearchItem *pItem)
 
         // Q: pItem's node, or nothing when an aborted insert left pItem out of the tree.
         auto inQ = [&tree, pNode](SearchItem *k) { return pNode && tree.FindNode(k) == pNode; };
-        if (!pE) {
-            pE = std::make_unique<ItemSet>();
+        if (!bStarted) {
+            bStarted = true;
             if (pNode)
-                for (SearchItem *k : pNode->m_Items)
-                    pE->emplace(k, k);
-            pM = &empty;
+                e.assign(pNode->m_Items.begin(), pNode->m_Items.end());
+            m.Start(nProp);
             continue;
         }
 
-        auto pE2 = std::make_unique<ItemSet>();
-        for (auto &entry : *pE) {
-            SearchItem *k = entry.first;
-            if (inQ(k) || empty.count(k))
-                pE2->emplace(k, k);
-            // else k's value differs here: it drops out
-        }
+        // k's value differs here unless it is in Q or Z: it drops out.
+        std::erase_if(e, [&](SearchItem *k) { return !inQ(k) && !m_EmptySignatures.IsEmpty(k, nProp); });
         // Empty so far and matching here for the first time; an item of Q not in M differed earlier.
-        if (pNode && pNode->m_Items.size() <= pM->size()) {
+        if (pNode && pNode->m_Items.size() <= m.Size()) {
             for (SearchItem *k : pNode->m_Items)
-                if (pM->count(k))
-                    pE2->emplace(k, k);
+                if (m.Contains(k))
+                    e.push_back(k);
         } else if (pNode) {
-            for (auto &entry : *pM)
-                if (inQ(entry.first))
-                    pE2->emplace(entry.first, entry.first);
+            m.ForEach([&](SearchItem *k) {
+                if (inQ(k))
+                    e.push_back(k);
+            });
         }
         // What stays undecided: empty so far and empty here too.
-        ItemSet m2;
-        const bool bWalkM = pM->size() <= empty.size();
-        for (auto &entry : bWalkM ? *pM : empty) {
-            SearchItem *k = entry.first;
-            if ((bWalkM ? empty : *pM).count(k))
-                m2.emplace_hint(m2.end(), k, k);
-        }
-        mOwn = std::move(m2);
-        pM = &mOwn;
-        pE = std::move(pE2);
-        if (pE->size() <= 1 && pM->empty())
+        m.Narrow(nProp);
+        if (e.size() <= 1 && m.Empty())
             break; // nobody is left who could still match
     }
 
-    if (!pE)
+    if (!bStarted)
         return nullptr; // pItem is empty in every property
-    if (!pE->erase(pItem)) {
+    auto itSelf = std::find(e.begin(), e.end(), pItem);
+    if (itSelf == e.end()) {
         g_Log.Error(kFindLabel, 0, "pItem not in equals!");
         return nullptr;
     }
-    if (pE->empty())
+    e.erase(itSelf);
+    if (e.empty())
         return nullptr;
+    auto pE = std::make_unique<ItemSet>();
+    for (SearchItem *k : e)
+        pE->emplace(k, k);
     return pE;
 }
 

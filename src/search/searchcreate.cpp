@@ -81,6 +81,7 @@ void CDuplicateSearch::Create(ICompare *pCompare, const PropList *pProps, const 
 void CDuplicateSearch::Clear()
 {
     DestroySearchProps();
+    m_EmptySignatures.Reset(0);
 
     if (m_pProps) {
         for (int32_t i = 0; i < m_nProps; i++)

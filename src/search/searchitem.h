@@ -20,6 +20,8 @@ struct SearchItem {
     int32_t nMessageSize = -1;                // the item's size as the store reports it; -1 until computed
     int32_t nHasFieldValue = -1;              // 1 holds the wanted field value, 0 not, -1 not computed
     int32_t nBuildIndex = 0;                  // rank at the latest build of the search
+    static constexpr uint32_t kNoSignature = UINT32_MAX;
+    uint32_t nEmptySignature = kNoSignature;  // the search's number for where the item is empty (emptysignatures.h)
 };
 
 // Gives the item's values back to the adaptor that read them.

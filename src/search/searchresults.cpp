@@ -27,10 +27,9 @@ void CDuplicateSearch::RemoveItemFromSearch(SearchItem *pItem)
 {
     g_Log.Warning("CDuplicateSearch::RemoveItemFromSearch", 0, "Item(%s) removing from duplicate search\n",
                   pItem->ItemID);
-    for (SearchProp *pSearchProp : m_SearchProps) {
+    for (SearchProp *pSearchProp : m_SearchProps)
         pSearchProp->Tree.Remove(pItem);
-        pSearchProp->EmptyItems.erase(pItem);
-    }
+    m_EmptySignatures.Remove(pItem);
     for (auto it = m_Items.begin(); it != m_Items.end(); ++it) {
         if (*it == pItem) {
             m_Items.erase(it);

@@ -50,9 +50,9 @@ TEST_F(EqualityTest, EmptyAgainstEmptyCountsForNothing)
     EXPECT_EQ(AddHas("Y"), 0);
     EXPECT_TRUE(m_pSearch->Equals().empty());
     // Both are accepted and sit among the empty items of every property.
-    for (SearchProp *pProp : m_pSearch->SearchProps()) {
-        EXPECT_EQ(pProp->EmptyItems.size(), 2u);
-        EXPECT_EQ(pProp->Tree.Root(), nullptr);
+    for (size_t nProp = 0; nProp < m_pSearch->SearchProps().size(); nProp++) {
+        EXPECT_EQ(m_pSearch->EmptySignatures().EmptyCount(nProp), 2u);
+        EXPECT_EQ(m_pSearch->SearchProps()[nProp]->Tree.Root(), nullptr);
     }
 }
 
@@ -183,7 +183,7 @@ TEST_F(EqualityTest, NotFoundErrorCountsAsEmpty)
     Item("Y", "", "2"); // p comes back as PT_ERROR with MAPI_E_NOT_FOUND
     Add("X");
     EXPECT_EQ(AddHas("Y"), 1);
-    EXPECT_EQ(m_pSearch->SearchProps()[0]->EmptyItems.count(Find("Y")), 1u);
+    EXPECT_TRUE(m_pSearch->EmptySignatures().IsEmpty(Find("Y"), 0));
 }
 
 TEST_F(EqualityTest, ManyItemsMatchTheirPartnersOnly)

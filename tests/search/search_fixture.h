@@ -68,6 +68,22 @@ protected:
     std::unique_ptr<CDuplicateSearch> m_pSearch;
 };
 
+// A memory store whose reply to call number m_nShortCall of GetItemProps lacks its last value: a search then
+// refuses the item after filing it under the properties before.
+class CShortReplyStore : public testsupport::CMemoryStore {
+public:
+    HRESULT GetItemProps(HITEM hItem, const SPropTagArray *lpTags, ULONG *pcValues, SPropValue **ppProps,
+                         BOOL bUnicode) override
+    {
+        HRESULT hr = CMemoryStore::GetItemProps(hItem, lpTags, pcValues, ppProps, bUnicode);
+        if (++m_nCalls == m_nShortCall && *pcValues > 0)
+            --*pcValues;
+        return hr;
+    }
+    int m_nCalls = 0;
+    int m_nShortCall = 0;
+};
+
 // The two properties p and q, both compared.
 class TwoPropSearchTest : public SearchTest {
 protected:
