@@ -86,6 +86,35 @@ TEST_F(MimeStoreTest, AMessageWhoseFileAnotherProgramRenamedOrRemovedIsFoundAtIt
     pNs->Release();
 }
 
+TEST_F(MimeStoreTest, AHeaderReadReadsTheBlockAloneAndTheBodyFollowsARenameMeanwhile) {
+    MakeMaildir(Root());
+    std::string strBody(20000, 'b');
+    strBody += "\n";
+    std::string strText = Message("head first", strBody);
+    WriteFileText(Root() / "cur" / "1.M1P1.h:2,S", strText);
+    IStoreNamespace *pNs = Open();
+    IStoreFolder *pInbox = OpenSpecial(pNs, FOLDER_INBOX);
+    IMimeMessage *pMessage = nullptr;
+    ASSERT_EQ(pInbox->OpenMessage(1, IID_IMimeMessage, reinterpret_cast<void **>(&pMessage)), S_OK);
+    EXPECT_EQ(Subject(pMessage), "head first");
+    // Flagged by another program between the header read and the body read: the body comes from the new name.
+    fs::rename(Root() / "cur" / "1.M1P1.h:2,S", Root() / "cur" / "1.M1P1.h:2,FS");
+    IStream *pBody = nullptr;
+    ASSERT_EQ(pMessage->GetTextBody(TXT_PLAIN, IET_BINARY, &pBody, nullptr), S_OK);
+    std::string strRead(strBody.size() + 1, '\0');
+    ULONG cbRead = 0;
+    ASSERT_EQ(pBody->Read(strRead.data(), static_cast<ULONG>(strRead.size()), &cbRead), S_OK);
+    EXPECT_EQ(strRead.substr(0, cbRead), strBody);
+    pBody->Release();
+    EXPECT_EQ(Subject(pMessage), "head first");
+    ULARGE_INTEGER cb{};
+    ASSERT_EQ(pMessage->GetSizeMax(&cb), S_OK);
+    EXPECT_EQ(cb.QuadPart, strText.size());
+    pMessage->Release();
+    pInbox->Release();
+    pNs->Release();
+}
+
 TEST_F(MimeStoreTest, CorpusMessagesListAndOpenWithoutLossAcrossFolders) {
     SKIP_WITHOUT_SHARED_CORPUS();
     fs::path corpus = testsupport::SharedDir() / "corpus" / "mail";

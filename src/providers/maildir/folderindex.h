@@ -42,6 +42,7 @@ public:
     // Reads the list and the folder's files again, unless neither they nor cur/ and new/ changed since the last
     // reading (by inode, size and modification time, trusted only once they are older than a second). A list
     // that had to change is written back; if it can't be, a warning is logged and the ids hold for this process.
+    // STG_E_PATHNOTFOUND when cur/ or new/ is no directory (the folder is gone or moved).
     HRESULT Refresh();
 
     // Under the lock, on a fresh reading: fnChange may change the list (its result ends the update), which is

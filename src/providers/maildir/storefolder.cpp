@@ -60,14 +60,21 @@ std::string UniqueOf(std::string_view svName) { return std::string(SplitMaildirN
 HRESULT CStoreFolder::Open(const std::shared_ptr<CFolderTree> &pTree, STOREFOLDERID idFolder, IStoreFolder **ppFolder) {
     if (!ppFolder) return E_POINTER;
     *ppFolder = nullptr;
+    // The reading of the index finds a folder that is gone or moved (its cur/ or new/ missing): only then are the
+    // store's directories walked again. An open of a folder that is there costs the index's look at its files.
     const FolderEntry *pEntry = pTree->Find(idFolder);
-    if (!pEntry || !IsMaildirFolder(pTree->DirOf(*pEntry))) {
-        HRESULT hr = pTree->Scan();
-        if (FAILED(hr)) return hr;
-        pEntry = pTree->Find(idFolder);
-        if (!pEntry) return STG_E_PATHNOTFOUND;
-    }
-    CStoreFolder *pFolder = new CStoreFolder(pTree, idFolder, pTree->DirOf(*pEntry));
+    HRESULT hr = pEntry ? OpenAt(pTree, idFolder, pTree->DirOf(*pEntry), ppFolder) : STG_E_PATHNOTFOUND;
+    if (hr != STG_E_PATHNOTFOUND) return hr;
+    hr = pTree->Scan();
+    if (FAILED(hr)) return hr;
+    pEntry = pTree->Find(idFolder);
+    if (!pEntry) return STG_E_PATHNOTFOUND;
+    return OpenAt(pTree, idFolder, pTree->DirOf(*pEntry), ppFolder);
+}
+
+HRESULT CStoreFolder::OpenAt(const std::shared_ptr<CFolderTree> &pTree, STOREFOLDERID idFolder, std::string strDir,
+                             IStoreFolder **ppFolder) {
+    CStoreFolder *pFolder = new CStoreFolder(pTree, idFolder, std::move(strDir));
     HRESULT hr = pFolder->m_index.Refresh();
     if (FAILED(hr)) {
         pFolder->Release();
@@ -199,9 +206,10 @@ HRESULT CStoreFolder::OpenMessage(MESSAGEID dwMessageId, REFIID riid, void **ppv
     *ppvObject = nullptr;
     if (riid != IID_IStream && riid != IID_IMimeMessage) return E_NOINTERFACE;
     if (riid == IID_IMimeMessage) {
-        // Known to the index now, read in one read when first used: a scan opens an earlier message for every
-        // comparison of a body and mostly needs nothing of it. A rename meanwhile (another program's flag
-        // change) is followed through the index; a file gone meanwhile fails the first use.
+        // Known to the index now, read when first used: a scan opens an earlier message for every comparison of
+        // a body and mostly needs nothing of it, and reads of the top headers read the header block alone. A
+        // rename meanwhile (another program's flag change) is followed through the index; a file gone meanwhile
+        // fails the first use.
         HRESULT hr = WithMessage(
             dwMessageId, [](const IndexedMessage &, const std::string &) { return S_OK; }, false);
         if (FAILED(hr)) return hr;
@@ -213,7 +221,12 @@ HRESULT CStoreFolder::OpenMessage(MESSAGEID dwMessageId, REFIID riid, void **ppv
                     return MimeReadFile(strPath.c_str(), strOut);
                 });
             },
-            reinterpret_cast<IMimeMessage **>(ppvObject));
+            reinterpret_cast<IMimeMessage **>(ppvObject),
+            [pThis, dwMessageId](std::string &strOut, bool *pbWhole) {
+                return pThis->WithMessage(dwMessageId, [&](const IndexedMessage &, const std::string &strPath) {
+                    return MimeReadFileHead(strPath.c_str(), strOut, pbWhole);
+                });
+            });
     }
     IStream *pStream = nullptr;
     HRESULT hr = WithMessage(dwMessageId, [&](const IndexedMessage &, const std::string &strPath) {

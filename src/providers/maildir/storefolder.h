@@ -41,6 +41,9 @@ private:
         : m_pTree(std::move(pTree)), m_idFolder(idFolder), m_strDir(std::move(strDir)),
           m_pIndex(m_pTree->IndexFor(m_strDir)), m_index(*m_pIndex) {}
 
+    // Opens the folder at strDir and reads its index; STG_E_PATHNOTFOUND when it is no folder there.
+    static HRESULT OpenAt(const std::shared_ptr<CFolderTree> &pTree, STOREFOLDERID idFolder, std::string strDir,
+                          IStoreFolder **ppFolder);
     // Runs fnUse on the message's file; if the file went (renamed by a flag change, say) it looks again once.
     // Without bFile fnUse reads only the index: it gets no path, and only a message missing from the index is
     // looked for again.

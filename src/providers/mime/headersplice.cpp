@@ -21,14 +21,21 @@ std::string FieldName(const std::string &strLine) {
 
 } // namespace
 
-size_t MimeHeaderBlockEnd(const std::string &str) {
-    if (str.compare(0, 1, "\n") == 0) return 1;
-    if (str.compare(0, 2, "\r\n") == 0) return 2;
-    for (size_t nPos = str.find('\n'); nPos != std::string::npos; nPos = str.find('\n', nPos + 1)) {
-        if (str.compare(nPos + 1, 1, "\n") == 0) return nPos + 2;
-        if (str.compare(nPos + 1, 2, "\r\n") == 0) return nPos + 3;
+size_t MimeFindHeaderBlockEnd(std::string_view sv, size_t nFrom) {
+    if (sv.starts_with('\n')) return 1;
+    if (sv.starts_with("\r\n")) return 2;
+    // A line end up to two bytes before nFrom may begin an empty line that the new bytes complete.
+    for (size_t nPos = sv.find('\n', nFrom > 2 ? nFrom - 2 : 0); nPos != std::string_view::npos;
+         nPos = sv.find('\n', nPos + 1)) {
+        if (sv.substr(nPos + 1, 1) == "\n") return nPos + 2;
+        if (sv.substr(nPos + 1, 2) == "\r\n") return nPos + 3;
     }
-    return str.size();
+    return std::string_view::npos;
+}
+
+size_t MimeHeaderBlockEnd(const std::string &str) {
+    size_t nEnd = MimeFindHeaderBlockEnd(str);
+    return nEnd == std::string::npos ? str.size() : nEnd;
 }
 
 std::string MimeSpliceHeaders(const std::string &strSource, const std::vector<MimeHeaderEdit> &rgEdits,

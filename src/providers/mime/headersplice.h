@@ -3,10 +3,14 @@
 #pragma once
 
 #include <string>
+#include <string_view>
 #include <vector>
 
 // Where the header block ends: just past the first empty line, or the end of the source.
 size_t MimeHeaderBlockEnd(const std::string &strSource);
+// The same end, or npos while the bytes so far hold no empty line. nFrom: how much of sv an earlier call already
+// looked at (the bytes since were appended), so that a block read piece by piece is looked at about once.
+size_t MimeFindHeaderBlockEnd(std::string_view sv, size_t nFrom = 0);
 
 struct MimeHeaderEdit {
     std::string strName;            // the header that changed

@@ -8,5 +8,8 @@
 #include "platform/mimeole.h"
 
 // A new message whose bytes fnRead gives at the first call that needs them (a failure there fails that call with
-// fnRead's code, and the next call tries again). The caller owns the one reference.
-HRESULT MimeOpenMessageLater(std::function<HRESULT(std::string &)> fnRead, IMimeMessage **ppMessage);
+// fnRead's code, and the next call tries again). With fnReadHead, calls that read only the top headers take the
+// first bytes it gives (up to at least the header block's end; *pbWhole when they are all of the message), and
+// fnRead is called only when a call needs more. The caller owns the one reference.
+HRESULT MimeOpenMessageLater(std::function<HRESULT(std::string &)> fnRead, IMimeMessage **ppMessage,
+                             std::function<HRESULT(std::string &, bool *pbWhole)> fnReadHead = nullptr);

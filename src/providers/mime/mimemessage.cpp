@@ -64,6 +64,8 @@ CMimeMessage::~CMimeMessage() { Reset(); }
 
 void CMimeMessage::Reset() {
     m_fnRead = nullptr;
+    m_fnReadHead = nullptr;
+    m_bHeadOnly = false;
     for (GMimeObject *pPart : m_rgBodies) g_object_unref(pPart);
     m_rgBodies.clear();
     for (GMimeMessage **pp : {&m_pHeaders, &m_pMessage}) {
@@ -101,17 +103,36 @@ void CMimeMessage::LoadBytes(std::string strSource) {
     m_index.Build(m_strSource, MimeHeaderBlockEnd(m_strSource));
 }
 
-void CMimeMessage::LoadLater(std::function<HRESULT(std::string &)> fnRead) {
+void CMimeMessage::LoadLater(std::function<HRESULT(std::string &)> fnRead,
+                             std::function<HRESULT(std::string &, bool *)> fnReadHead) {
     Reset();
     m_fnRead = std::move(fnRead);
+    m_fnReadHead = std::move(fnReadHead);
 }
 
 HRESULT CMimeMessage::Ready() {
     if (!m_fnRead) return S_OK;
     std::string strSource;
     HRESULT hr = m_fnRead(strSource);
-    if (FAILED(hr)) return hr;
+    if (FAILED(hr)) return hr; // a header block read before stays, and serves header reads meanwhile
+    // Everything from the new bytes: nothing parsed or indexed from the header block alone outlives them.
     LoadBytes(std::move(strSource));
+    return S_OK;
+}
+
+HRESULT CMimeMessage::ReadyHead() {
+    if (m_bHeadOnly || !m_fnRead) return S_OK;
+    if (!m_fnReadHead) return Ready();
+    std::string strHead;
+    bool bWhole = false;
+    HRESULT hr = m_fnReadHead(strHead, &bWhole);
+    if (FAILED(hr)) return hr;
+    std::function<HRESULT(std::string &)> fnRead = std::move(m_fnRead);
+    LoadBytes(std::move(strHead));
+    if (!bWhole) {
+        m_fnRead = std::move(fnRead);
+        m_bHeadOnly = true;
+    }
     return S_OK;
 }
 
@@ -143,7 +164,7 @@ HBODY CMimeMessage::HandleOf(GMimeObject *pPart) {
 }
 
 HRESULT CMimeMessage::ResolveBody(HBODY hBody, bool bNeedTree, MimeHeaderScope *pScope, GMimeObject **ppPart) {
-    if (HRESULT hrReady = Ready(); FAILED(hrReady)) return hrReady;
+    if (HRESULT hrReady = ReadyFor(hBody, bNeedTree); FAILED(hrReady)) return hrReady;
     *pScope = MimeHeaderScope{};
     if (ppPart) *ppPart = nullptr;
     if (hBody == HBODY_ROOT) {
@@ -298,10 +319,10 @@ HRESULT CMimeMessage::GetFlags(DWORD *pdwFlags) {
 HRESULT CMimeMessage::Commit(DWORD) { return S_OK; }
 
 HRESULT CMimeMessage::BindToObject(const HBODY hBody, REFIID riid, void **ppvObject) {
-    if (HRESULT hrReady = Ready(); FAILED(hrReady)) return hrReady;
+    bool bNeedTree = riid == IID_IStream || riid == IID_IMimeBody;
+    if (HRESULT hrReady = ReadyFor(hBody, bNeedTree); FAILED(hrReady)) return hrReady;
     if (!ppvObject) return E_INVALIDARG;
     *ppvObject = nullptr;
-    bool bNeedTree = riid == IID_IStream || riid == IID_IMimeBody;
     bool bPropertySet = riid == IID_IMimePropertySet || riid == IID_IUnknown;
     MimeHeaderScope scope{};
     GMimeObject *pPart = nullptr;
@@ -367,7 +388,7 @@ HRESULT CMimeMessage::IsBodyType(HBODY hBody, IMSGBODYTYPE bodytype) {
 }
 
 HRESULT CMimeMessage::GetBodyProp(HBODY hBody, LPCSTR pszName, DWORD dwFlags, LPPROPVARIANT pValue) {
-    if (HRESULT hrReady = Ready(); FAILED(hrReady)) return hrReady;
+    if (HRESULT hrReady = ReadyFor(hBody, false); FAILED(hrReady)) return hrReady;
     // The top headers of an unedited message come from the source's fields, without building GMime's objects.
     if (hBody == HBODY_ROOT && m_index.Valid()) return MimeGetIndexedHeaderProp(m_index, pszName, dwFlags, pValue);
     MimeHeaderScope scope{};
@@ -489,7 +510,7 @@ HRESULT CMimeMessage::GetAttachments(ULONG *pcAttach, LPHBODY *pprghAttach) {
 }
 
 HRESULT CMimeMessage::GetAddressFormat(DWORD dwAdrType, ADDRESSFORMAT format, LPSTR *ppszFormat) {
-    if (HRESULT hrReady = Ready(); FAILED(hrReady)) return hrReady;
+    if (HRESULT hrReady = ReadyHead(); FAILED(hrReady)) return hrReady;
     if (!ppszFormat) return E_INVALIDARG;
     *ppszFormat = nullptr;
     if (format > AFT_DISPLAY_BOTH) return E_INVALIDARG;
@@ -512,12 +533,13 @@ HRESULT MimeOleCreateMessage(IUnknown *pUnkOuter, IMimeMessage **ppMessage) {
     return S_OK;
 }
 
-HRESULT MimeOpenMessageLater(std::function<HRESULT(std::string &)> fnRead, IMimeMessage **ppMessage) {
+HRESULT MimeOpenMessageLater(std::function<HRESULT(std::string &)> fnRead, IMimeMessage **ppMessage,
+                             std::function<HRESULT(std::string &, bool *)> fnReadHead) {
     if (!ppMessage) return E_POINTER;
     auto *pMessage = new (std::nothrow) CMimeMessage();
     *ppMessage = pMessage;
     if (!pMessage) return E_OUTOFMEMORY;
-    pMessage->LoadLater(std::move(fnRead));
+    pMessage->LoadLater(std::move(fnRead), std::move(fnReadHead));
     return S_OK;
 }
 

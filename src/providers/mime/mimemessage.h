@@ -1,7 +1,8 @@
 // IMimeMessage over a GMimeMessage.
 //
 // A loaded message keeps its source bytes. Header reads parse the header block alone; the whole tree is parsed
-// when a body, an attachment, a flag or an edit needs it. A message that was not edited saves as the bytes it was
+// when a body, an attachment, a flag or an edit needs it. A message read later may read its header block first and
+// the whole file only when a call needs more than the top headers. A message that was not edited saves as the bytes it was
 // loaded from; one whose top headers alone changed as those bytes with the changed header lines replaced; one
 // whose bodies changed is written by GMime.
 #pragma once
@@ -25,8 +26,12 @@ public:
     // Replaces the content with these bytes, unparsed.
     void LoadBytes(std::string strSource);
     // Replaces the content with the bytes fnRead gives at the first call that needs them. A failed read fails
-    // that call with its code and is tried again at the next.
-    void LoadLater(std::function<HRESULT(std::string &)> fnRead);
+    // that call with its code and is tried again at the next. With fnReadHead, a call that needs only the top
+    // headers reads the first bytes alone (up to the header block's end; *pbWhole when they are all of them).
+    // The whole read that may follow replaces them: if the file changed in between, every later call sees the
+    // file as it is then, its headers too, never its old headers with its new body.
+    void LoadLater(std::function<HRESULT(std::string &)> fnRead,
+                   std::function<HRESULT(std::string &, bool *pbWhole)> fnReadHead = nullptr);
 
     // IUnknown
     HRESULT QueryInterface(REFIID riid, void **ppv) override;
@@ -69,6 +74,10 @@ private:
     void Reset();
     // Reads the bytes that LoadLater promised, if that is still to do.
     HRESULT Ready();
+    // Reads at least the top header block that LoadLater promised, if that is still to do.
+    HRESULT ReadyHead();
+    // What a call on that body needs: the header block for the top headers, else everything.
+    HRESULT ReadyFor(HBODY hBody, bool bNeedTree) { return hBody == HBODY_ROOT && !bNeedTree ? ReadyHead() : Ready(); }
     // The message whose headers are current: the parsed tree if there is one, else the header block alone.
     GMimeMessage *HeaderMessage();
     // The whole tree, parsed on first use.
@@ -93,7 +102,9 @@ private:
                           LPHBODY phBody);
 
     std::function<HRESULT(std::string &)> m_fnRead; // where the bytes come from, until they are read
-    std::string m_strSource;             // the bytes last loaded or saved
+    std::function<HRESULT(std::string &, bool *)> m_fnReadHead; // where the first bytes come from, until read
+    std::string m_strSource;             // the bytes last loaded or saved; the first of them alone while m_bHeadOnly
+    bool m_bHeadOnly = false;            // m_strSource holds the header block, m_fnRead the whole
     CMimeHeaderIndex m_index;            // the top header block of m_strSource while nothing was edited
     GMimeMessage *m_pHeaders = nullptr;  // the header block alone, until the tree is parsed
     GMimeMessage *m_pMessage = nullptr;  // the parsed tree
