@@ -1,5 +1,5 @@
 // The entries of a long listing, packed: all entry texts in one buffer and a small fixed record per row, in place
-// of a string each. A scan keeps every listed item until its groups are known, and at a million messages the
+// of a string each. A scan keeps every listed item until all are in its search, and at a million messages the
 // per-item strings were most of its memory. Nothing else of an item is kept: the scan reads the details of the
 // few that end up in groups.
 #pragma once
@@ -18,11 +18,6 @@ public:
     const char *Entry(size_t nRow) const { return Text(m_Rows[nRow].nEntry); }
     uint32_t Folder(size_t nRow) const { return m_Rows[nRow].nFolder; }
 
-    // Makes Find work; call once all rows are in.
-    void Index();
-    // The row that has the entry, or Size() when none has it.
-    size_t Find(const std::string &strEntry) const;
-
 private:
     struct PackedRow {
         uint32_t nFolder;
@@ -33,5 +28,4 @@ private:
 
     std::vector<PackedRow> m_Rows;
     std::vector<char> m_Texts;
-    std::vector<uint32_t> m_ByEntry; // rows ordered by entry text
 };

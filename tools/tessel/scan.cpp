@@ -1,5 +1,6 @@
 #include "scan.h"
 
+#include "foundmembers.h"
 #include "itemrows.h"
 #include "progress.h"
 
@@ -84,7 +85,7 @@ bool FindGroups(CSession &session, const ScanRequest &request, ScanResult &resul
     ListFilter filter;
     if (session.Api() == API_WAB) filter.nObjectType = MAPI_MAILUSER;
     filter.bEntriesOnly = true;
-    // Listed folder by folder into packed rows: every item is kept until the groups are known.
+    // Listed folder by folder into packed rows, kept until every item is in the search.
     CItemRows rows;
     size_t nExpected = 0;
     for (const FolderInfo &folder : result.folders)
@@ -97,7 +98,6 @@ bool FindGroups(CSession &session, const ScanRequest &request, ScanResult &resul
         for (const ItemInfo &item : listed) rows.Append(item.strEntry, f);
     }
     listed = std::vector<ItemInfo>();
-    rows.Index();
     result.nItems = rows.Size();
 
     PropList list = request.pProps->List();
@@ -128,29 +128,22 @@ bool FindGroups(CSession &session, const ScanRequest &request, ScanResult &resul
     }
     progress.Finish();
 
+    // The listing is done with: the search keeps its own copy of every entry.
+    rows = CItemRows();
+
     Search_Build(pSearch);
+    CFoundMembers found;
+    std::string strEntry, strFolder;
     const int32_t nGroups = Search_GetOriginalCount(pSearch);
     for (int32_t g = 0; g < nGroups; ++g) {
-        ScanGroup group;
-        std::string strEntry, strFolder;
+        found.StartGroup();
         const int32_t nDuplicates = Search_GetDuplicateCount(pSearch, g);
-        for (int32_t d = -1; d < nDuplicates; ++d) {
-            if (!ReadMember(pSearch, g, d, strEntry, strFolder)) continue;
-            const size_t nRow = rows.Find(strEntry);
-            ItemInfo member;
-            member.strEntry = strEntry;
-            member.strFolderEntry = strFolder;
-            if (nRow < rows.Size()) {
-                const FolderInfo &folder = result.folders[rows.Folder(nRow)];
-                member.strFolderEntry = folder.strEntry;
-                member.strFolder = folder.strPath;
-            }
-            if (d < 0) group.original = std::move(member);
-            else group.duplicates.push_back(std::move(member));
-        }
-        if (!group.original.strEntry.empty() && !group.duplicates.empty()) result.groups.push_back(std::move(group));
+        for (int32_t d = -1; d < nDuplicates; ++d)
+            if (ReadMember(pSearch, g, d, strEntry, strFolder)) found.Add(d < 0, strEntry, strFolder);
     }
+    // The groups' records are made once the search is gone, so that they don't add to its peak.
     Search_Delete(pSearch);
+    found.MakeGroups(result.folders, result.groups);
     return true;
 }
 

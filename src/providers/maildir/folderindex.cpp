@@ -77,7 +77,7 @@ void CFolderIndex::BuildView(CUidList &list) {
         DWORD dwState = (StateFromFlags(SplitMaildirName(strName).svFlags) & kNameStateBits) |
                         (e.dwExtra & ~kNameStateBits);
         std::memcpy(pszName, strName.c_str(), strName.size() + 1);
-        view->messages.push_back(IndexedMessage{e.id, dwState, ViewedFile{pszName, m_files[i].bNew}});
+        view->messages.push_back(IndexedMessage{pszName, e.id, dwState, m_files[i].bNew});
         pszName += strName.size() + 1;
     }
     std::sort(view->messages.begin(), view->messages.end(),

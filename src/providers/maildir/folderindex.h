@@ -13,17 +13,15 @@
 #include "providers/maildir/folderfiles.h"
 #include "providers/maildir/uidlist.h"
 
-// A message file as a view keeps it: the name lies in the view's buffer of names.
-struct ViewedFile {
-    const char *pszName; // file name in its subdirectory
-    bool bNew;           // in new/ rather than cur/
-};
-
+// A message as a view keeps it, where its file is now included: 16 bytes, since a view holds every message of its
+// folder for as long as the folder is open. The state bits fit in 31 bits (MSG_ALLSTATES).
 struct IndexedMessage {
+    const char *pszName; // file name in its subdirectory, in the view's buffer of names
     MESSAGEID id;
-    DWORD dwState;   // from the file name and the uid list
-    ViewedFile file; // where the file is now
+    DWORD dwState : 31;  // from the file name and the uid list
+    DWORD bNew : 1;      // in new/ rather than cur/
 };
+static_assert(sizeof(IndexedMessage) == 16);
 
 // The messages of one reading. A view lives as long as the folder is open (a whole scan, for a scan), so the
 // names share one buffer rather than taking one allocation each.
@@ -54,7 +52,7 @@ public:
     const IndexedMessage *Find(MESSAGEID id) const;
 
     std::string PathOf(const IndexedMessage &msg) const {
-        return MessagePath(m_strDir, msg.file.pszName, msg.file.bNew);
+        return MessagePath(m_strDir, msg.pszName, msg.bNew);
     }
     std::string UidListPath() const { return m_strDir + "/tessel-uidlist"; }
 

@@ -336,9 +336,9 @@ HRESULT CStoreFolder::SetFlags(MESSAGEIDLIST *pMsgIdList, DWORD dwState, DWORD d
         DWORD dwNew = 0;
         HRESULT hr = WithMessage(pMsgIdList->prgdwMsgId[i], [&](const IndexedMessage &msg, const std::string &strPath) {
             dwNew = (msg.dwState & ~dwStatemask) | (dwState & dwStatemask);
-            if ((dwNew ^ msg.dwState) & ~kNameStateBits) extras[UniqueOf(msg.file.pszName)] = dwNew;
+            if ((dwNew ^ msg.dwState) & ~kNameStateBits) extras[UniqueOf(msg.pszName)] = dwNew;
             if (!((dwNew ^ msg.dwState) & kNameStateBits)) return S_OK;
-            MaildirName name = SplitMaildirName(msg.file.pszName);
+            MaildirName name = SplitMaildirName(msg.pszName);
             std::string strTarget = m_strDir + "/cur/" + std::string(name.svUnique) + ":2," +
                                     FlagsFromState(name.svFlags, dwNew);
             return RenameNoReplace(strPath, strTarget);
@@ -361,13 +361,13 @@ HRESULT CStoreFolder::MoveMessagesTo(CStoreFolder &dest, const MESSAGEIDLIST &li
     for (const MessageFile &f : destFiles) taken.emplace(f.Unique());
     for (DWORD i = 0; i < list.cMsgs; ++i) {
         HRESULT hr = WithMessage(list.prgdwMsgId[i], [&](const IndexedMessage &msg, const std::string &strPath) {
-            std::string strSub = msg.file.bNew ? "/new/" : "/cur/";
-            std::string strName = msg.file.pszName;
+            std::string strSub = msg.bNew ? "/new/" : "/cur/";
+            std::string strName = msg.pszName;
             HRESULT hrMove = STG_E_FILEALREADYEXISTS;
             if (!taken.count(UniqueOf(strName))) hrMove = RenameNoReplace(strPath, dest.m_strDir + strSub + strName);
             if (hrMove == STG_E_FILEALREADYEXISTS) { // the name is taken there: the message gets a new one
                 std::string_view svFlags = SplitMaildirName(strName).svFlags;
-                strName = NewUniqueName() + (msg.file.bNew ? std::string() : ":2," + std::string(svFlags));
+                strName = NewUniqueName() + (msg.bNew ? std::string() : ":2," + std::string(svFlags));
                 hrMove = RenameNoReplace(strPath, dest.m_strDir + strSub + strName);
             }
             if (SUCCEEDED(hrMove)) taken.insert(UniqueOf(strName));
