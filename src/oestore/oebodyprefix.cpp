@@ -2,9 +2,7 @@
 
 #include <algorithm>
 #include <cstring>
-#include <memory>
 #include <new>
-#include <string_view>
 
 namespace {
 
@@ -121,10 +119,9 @@ COEBodyPrefixes::CBlock *COEBodyPrefixes::CBlock::Make(const char *pb, uint32_t 
 }
 
 bool COEBodyPrefixes::Open(STOREFOLDERID dwFolderId, MESSAGEID dwMessageId, ULONG nTag, IMimeMessage *pMessage,
-                           IStream **ppStream) {
-    Entry *pEntry = m_Entries.Find(COEBodyKey(dwFolderId, dwMessageId, nTag));
+                           IStream **ppStream) const {
+    const Entry *pEntry = m_Entries.Find(COEBodyKey(dwFolderId, dwMessageId, nTag));
     if (!pEntry) return false;
-    if (pEntry->bWantWhole) RememberWhole(*pEntry, pMessage);
     *ppStream = new (std::nothrow) COEPrefixStream(pEntry->pPrefix.get(), pEntry->cbSize, pMessage, pEntry->dwTxtType);
     return *ppStream != nullptr;
 }
@@ -134,64 +131,13 @@ void COEBodyPrefixes::Learn(STOREFOLDERID dwFolderId, MESSAGEID dwMessageId, ULO
     if (m_Entries.Count() >= kMaxEntries) return;
     STATSTG stat{};
     if (pStream->Stat(&stat, STATFLAG_NONAME) != S_OK) return;
-    COEBodyKey key(dwFolderId, dwMessageId, nTag);
-    Entry entry{ReadBlock(pStream, stat.cbSize.QuadPart, kPrefix), stat.cbSize.QuadPart, dwTxtType, false};
-    if (!entry.pPrefix) return;
-    if (entry.cbSize > kPrefix) {
-        // A body that goes on past its first block: is that block another's too?
-        size_t nHash = std::hash<std::string_view>()(std::string_view(entry.pPrefix->Data(), kPrefix));
-        auto [it, bFirst] = m_FirstBlocks.try_emplace(nHash, key);
-        if (!bFirst) {
-            if (Entry *pFirst = m_Entries.Find(it->second); pFirst && pFirst->pPrefix->Size() == kPrefix)
-                pFirst->bWantWhole = true;
-            if (ULONG cbWhole = WholeSize(entry.cbSize)) {
-                if (BlockPtr pWhole = ReadBlock(pStream, entry.cbSize, cbWhole)) {
-                    m_cbWhole += cbWhole;
-                    entry.pPrefix = std::move(pWhole);
-                }
-            }
-        }
-    }
-    m_Entries.Insert(key, std::move(entry));
-}
-
-void COEBodyPrefixes::Clear() {
-    m_Entries.Clear();
-    m_FirstBlocks.clear();
-    m_cbWhole = 0;
-}
-
-COEBodyPrefixes::BlockPtr COEBodyPrefixes::ReadBlock(IStream *pStream, uint64_t cbSize, ULONG cbWant) {
-    std::unique_ptr<char[]> pBuffer(new (std::nothrow) char[cbWant]);
-    if (!pBuffer) return nullptr;
+    char rgb[kPrefix];
     ULONG cbRead = 0;
-    HRESULT hr = pStream->Read(pBuffer.get(), cbWant, &cbRead);
+    HRESULT hr = pStream->Read(rgb, kPrefix, &cbRead);
     LARGE_INTEGER start{};
-    if (pStream->Seek(start, STREAM_SEEK_SET, nullptr) != S_OK || hr != S_OK) return nullptr;
-    // A short read must be the whole body, else the block is not what a comparison would read.
-    if (cbRead < cbWant && cbRead != cbSize) return nullptr;
-    return BlockPtr(CBlock::Make(pBuffer.get(), cbRead));
-}
-
-ULONG COEBodyPrefixes::WholeSize(uint64_t cbSize) const {
-    ULONG cbWhole = static_cast<ULONG>(std::min<uint64_t>(cbSize, kMaxWhole));
-    return m_cbWhole + cbWhole <= kWholeBudget ? cbWhole : 0;
-}
-
-void COEBodyPrefixes::RememberWhole(Entry &entry, IMimeMessage *pMessage) {
-    entry.bWantWhole = false;
-    ULONG cbWhole = WholeSize(entry.cbSize);
-    if (!cbWhole) return;
-    // A failure here leaves the first block; the stream's own read of the body meets it again and reports it.
-    IStream *pStream = nullptr;
-    if (pMessage->GetTextBody(entry.dwTxtType, IET_BINARY, &pStream, nullptr) == S_OK && pStream) {
-        STATSTG stat{};
-        if (pStream->Stat(&stat, STATFLAG_NONAME) == S_OK && stat.cbSize.QuadPart == entry.cbSize) {
-            if (BlockPtr pWhole = ReadBlock(pStream, entry.cbSize, cbWhole)) {
-                m_cbWhole += cbWhole;
-                entry.pPrefix = std::move(pWhole);
-            }
-        }
-    }
-    SafeRelease(pStream);
+    if (pStream->Seek(start, STREAM_SEEK_SET, nullptr) != S_OK || hr != S_OK) return;
+    // A short first read must be the whole body, else the block is not what a comparison would read.
+    if (cbRead < kPrefix && cbRead != stat.cbSize.QuadPart) return;
+    Entry entry{BlockPtr(CBlock::Make(rgb, cbRead)), stat.cbSize.QuadPart, dwTxtType};
+    if (entry.pPrefix) m_Entries.Insert(COEBodyKey(dwFolderId, dwMessageId, nTag), std::move(entry));
 }

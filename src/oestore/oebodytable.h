@@ -22,16 +22,16 @@ struct COEBodyKey {
 
 template <class TEntry> class COEBodyTable {
 public:
-    TEntry *Find(const COEBodyKey &key) {
+    const TEntry *Find(const COEBodyKey &key) const {
         if (m_rgSlots.empty()) return nullptr;
-        Slot &slot = SlotFor(m_rgSlots, key);
+        const Slot &slot = m_rgSlots[SlotOf(m_rgSlots, key)];
         return slot.bUsed ? &slot.entry : nullptr;
     }
 
     // Adds the entry unless the key has one already.
     void Insert(const COEBodyKey &key, TEntry entry) {
         if ((m_cUsed + 1) * 2 > m_rgSlots.size()) Grow();
-        Slot &slot = SlotFor(m_rgSlots, key);
+        Slot &slot = m_rgSlots[SlotOf(m_rgSlots, key)];
         if (slot.bUsed) return;
         slot = Slot{key, true, std::move(entry)};
         ++m_cUsed;
@@ -51,17 +51,17 @@ private:
     };
 
     // The key's slot, or the free slot where it would go. The array is never full.
-    static Slot &SlotFor(std::vector<Slot> &rgSlots, const COEBodyKey &key) {
+    static size_t SlotOf(const std::vector<Slot> &rgSlots, const COEBodyKey &key) {
         size_t nMask = rgSlots.size() - 1;
         uint64_t nHash = (key.nItem ^ (static_cast<uint64_t>(key.nTag) << 17)) * 0x9E3779B97F4A7C15ull;
         for (size_t i = static_cast<size_t>(nHash >> 32) & nMask;; i = (i + 1) & nMask)
-            if (!rgSlots[i].bUsed || rgSlots[i].key == key) return rgSlots[i];
+            if (!rgSlots[i].bUsed || rgSlots[i].key == key) return i;
     }
 
     void Grow() {
         std::vector<Slot> rgNew(m_rgSlots.empty() ? 1024 : m_rgSlots.size() * 2);
         for (Slot &slot : m_rgSlots)
-            if (slot.bUsed) SlotFor(rgNew, slot.key) = std::move(slot);
+            if (slot.bUsed) rgNew[SlotOf(rgNew, slot.key)] = std::move(slot);
         m_rgSlots.swap(rgNew);
     }
 

@@ -174,34 +174,6 @@ TEST_F(BodyStreams, EmptinessSizesAndWholeReadsGiveTheSameWhetherTheBodiesWereOp
     EXPECT_EQ(ReadBody(5, PR_OE_BODY), Whole(S_OK, 0, 306, std::string(300, 'a') + "x tail"));
 }
 
-// Bodies that share their first block are compared past it: they are remembered whole, the first of them at its
-// next open, and such comparisons then read no message. A file changed behind the store's back shows it: a body
-// read again would now differ.
-TEST_F(BodyStreams, BodiesThatShareTheirFirstBlockAreComparedWithoutReadingTheirMessagesAgain) {
-    for (size_t i : {3, 5, 6, 7}) ReadBody(i, PR_OE_BODY); // 3 first; 5, 6 and 7 share its first block
-    const Outcome equal(S_OK, 0, 1);
-    EXPECT_EQ(CompareBodies(5, 6, PR_OE_BODY), equal);
-    Outcome before = CompareBodies(3, 5, PR_OE_BODY); // 3's open remembers it whole
-    EXPECT_EQ(before, Outcome(S_OK, 1, 1));
-    for (const auto &entry : fs::directory_iterator(m_root.path() / "cur")) {
-        std::string strName = entry.path().filename().string();
-        if (strName.rfind("1000013.", 0) != 0 && strName.rfind("1000015.", 0) != 0) continue; // 3 and 5
-        std::ifstream in(entry.path(), std::ios::binary);
-        std::string strData((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
-        in.close();
-        for (size_t i = strData.find("\r\n\r\n"); i < strData.size(); i++)
-            if (strData[i] == 'b' || strData[i] == 'x') strData[i] = '0'; // sorts before 'a'
-        std::ofstream(entry.path(), std::ios::binary) << strData;
-    }
-    EXPECT_EQ(CompareBodies(5, 6, PR_OE_BODY), equal);
-    EXPECT_EQ(CompareBodies(3, 5, PR_OE_BODY), before);
-    EXPECT_EQ(std::get<3>(ReadBody(5, PR_OE_BODY)), std::string(300, 'a') + "x tail");
-    // A new connection reads the changed files.
-    ASSERT_TRUE(Reconnect());
-    EXPECT_EQ(CompareBodies(5, 6, PR_OE_BODY), Outcome(S_OK, -1, 1));
-    EXPECT_EQ(CompareBodies(3, 5, PR_OE_BODY), Outcome(S_OK, -1, 1));
-}
-
 TEST_F(BodyStreams, AStreamOpenedFromWhatWasRememberedSeeksAndStatsAsTheBodysOwn) {
     HITEM h = nullptr;
     ASSERT_EQ(Compare().OpenItem(m_rgEntries[5].c_str(), &h, 0), S_OK);
