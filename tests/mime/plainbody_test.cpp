@@ -90,6 +90,9 @@ TEST(PlainBodyAsStored, SimpleMessagesGiveWhatTheParseGives) {
         std::string(kHead) + "Content-Type: text/plain; boundary=b\r\n\r\n--b\r\nContent-Type: text/html\r\n\r\n"
                              "<p>lookalike</p>\r\n--b--\r\n",
         std::string(kHead) + "\r\n--b\r\nContent-Type: text/html\r\n\r\nno type, a boundary in the body\r\n--b--\r\n",
+        std::string(kHead) + "Content-Type : text/html\r\n\r\n<p>a blank before the colon</p>\r\n",
+        std::string(kHead) + "Content-Type\t: text/html\r\n\r\n<p>a tab before the colon</p>\r\n",
+        std::string(kHead) + " Content-Type: text/html\r\n\r\n<p>a type that continues a field</p>\r\n",
         // The transfer encoding: case, spaces, unknown names, and no MIME-Version at all.
         std::string(kHead) + "MIME-Version: 1.0\r\nContent-Transfer-Encoding: 8BIT\r\n\r\nupper case, no type\r\n",
         std::string(kHead) + "Content-Type: text/plain\r\nContent-Transfer-Encoding:  Binary\r\n\r\nbin\r\n",
