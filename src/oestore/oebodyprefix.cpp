@@ -120,16 +120,15 @@ COEBodyPrefixes::CBlock *COEBodyPrefixes::CBlock::Make(const char *pb, uint32_t 
 
 bool COEBodyPrefixes::Open(STOREFOLDERID dwFolderId, MESSAGEID dwMessageId, ULONG nTag, IMimeMessage *pMessage,
                            IStream **ppStream) const {
-    auto it = m_Entries.find(Key(dwFolderId, dwMessageId, nTag));
-    if (it == m_Entries.end()) return false;
-    const Entry &entry = it->second;
-    *ppStream = new (std::nothrow) COEPrefixStream(entry.pPrefix.get(), entry.cbSize, pMessage, entry.dwTxtType);
+    const Entry *pEntry = m_Entries.Find(COEBodyKey(dwFolderId, dwMessageId, nTag));
+    if (!pEntry) return false;
+    *ppStream = new (std::nothrow) COEPrefixStream(pEntry->pPrefix.get(), pEntry->cbSize, pMessage, pEntry->dwTxtType);
     return *ppStream != nullptr;
 }
 
 void COEBodyPrefixes::Learn(STOREFOLDERID dwFolderId, MESSAGEID dwMessageId, ULONG nTag, DWORD dwTxtType,
                             IStream *pStream) {
-    if (m_Entries.size() >= kMaxEntries) return;
+    if (m_Entries.Count() >= kMaxEntries) return;
     STATSTG stat{};
     if (pStream->Stat(&stat, STATFLAG_NONAME) != S_OK) return;
     char rgb[kPrefix];
@@ -139,6 +138,6 @@ void COEBodyPrefixes::Learn(STOREFOLDERID dwFolderId, MESSAGEID dwMessageId, ULO
     if (pStream->Seek(start, STREAM_SEEK_SET, nullptr) != S_OK || hr != S_OK) return;
     // A short first read must be the whole body, else the block is not what a comparison would read.
     if (cbRead < kPrefix && cbRead != stat.cbSize.QuadPart) return;
-    Entry entry{std::unique_ptr<CBlock, BlockRelease>(CBlock::Make(rgb, cbRead)), stat.cbSize.QuadPart, dwTxtType};
-    if (entry.pPrefix) m_Entries.emplace(Key(dwFolderId, dwMessageId, nTag), std::move(entry));
+    Entry entry{BlockPtr(CBlock::Make(rgb, cbRead)), stat.cbSize.QuadPart, dwTxtType};
+    if (entry.pPrefix) m_Entries.Insert(COEBodyKey(dwFolderId, dwMessageId, nTag), std::move(entry));
 }

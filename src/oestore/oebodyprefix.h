@@ -7,11 +7,11 @@
 #include <cstdint>
 #include <cstdlib>
 #include <memory>
-#include <unordered_map>
 
 #include "platform/com.h"
 #include "platform/mimeole.h"
 #include "platform/msgstore.h"
+#include "oestore/oebodytable.h"
 
 class COEBodyPrefixes {
 public:
@@ -25,8 +25,8 @@ public:
               IStream **ppStream) const;
     // Notes the first block and the size of a body stream just opened at position 0, and puts it back there.
     void Learn(STOREFOLDERID dwFolderId, MESSAGEID dwMessageId, ULONG nTag, DWORD dwTxtType, IStream *pStream);
-    void Clear() { m_Entries.clear(); }
-    size_t Count() const { return m_Entries.size(); }
+    void Clear() { m_Entries.Clear(); }
+    size_t Count() const { return m_Entries.Count(); }
 
     // A first block in one allocation with its count of owners in front: the table and every stream that serves
     // it share the bytes, so an open copies nothing and a stream may outlive the table's entry.
@@ -50,19 +50,12 @@ private:
     struct BlockRelease {
         void operator()(CBlock *pBlock) const { pBlock->Release(); }
     };
+    using BlockPtr = std::unique_ptr<CBlock, BlockRelease>;
     struct Entry {
-        std::unique_ptr<CBlock, BlockRelease> pPrefix; // at most kPrefix bytes
-        uint64_t cbSize;                              // of the whole body
+        BlockPtr pPrefix; // at most kPrefix bytes
+        uint64_t cbSize;  // of the whole body
         DWORD dwTxtType;
     };
-    struct KeyHash {
-        size_t operator()(const std::pair<uint64_t, ULONG> &key) const {
-            return std::hash<uint64_t>()(key.first * 31 + key.second);
-        }
-    };
-    static std::pair<uint64_t, ULONG> Key(STOREFOLDERID dwFolderId, MESSAGEID dwMessageId, ULONG nTag) {
-        return {(static_cast<uint64_t>(dwFolderId) << 32) | dwMessageId, nTag};
-    }
 
-    std::unordered_map<std::pair<uint64_t, ULONG>, Entry, KeyHash> m_Entries;
+    COEBodyTable<Entry> m_Entries;
 };

@@ -66,6 +66,48 @@ TEST(PlainBodyAsStored, SimpleMessagesGiveWhatTheParseGives) {
         "From a@example.org Mon Jan 1 00:00:00 2024\nSubject: mbox line\n\nbody\n",
         "no header at all\n\njust text\n",
         "Subject: 8-bit \xc3\xa4 header\nContent-Type: text/plain\n\nbody\n",
+        // The Content-Type as GMime reads it: comments, quotes, case, folding, parameters, near misses.
+        std::string(kHead) + "Content-Type: text/plain (a comment); charset=\"UTF-8\"\r\n\r\ncomment\r\n",
+        std::string(kHead) + "Content-Type: text/plain; charset=utf-8 (comment)\r\n\r\ncomment after\r\n",
+        std::string(kHead) + "content-type:text/plain;charset=Utf8\r\n\r\nno spaces\r\n",
+        std::string(kHead) + "Content-Type: text/plain;\r\n\tformat=flowed;\r\n\tcharset=us-ascii\r\n\r\nfolded\r\n",
+        std::string(kHead) + "Content-Type: text/plain; charset*=utf-8''%C3%A4\r\n\r\nRFC 2231\r\n",
+        std::string(kHead) + "Content-Type: text/plain; charset=utf-8; charset=iso-8859-1\r\n\r\nGr\xfc\xdf" "e\r\n",
+        std::string(kHead) + "Content-Type: text/plain; charset=\"iso-8859-1\"\r\n\r\nascii only\r\n",
+        // Bytes that are valid UTF-8 but mean other text in the charset named.
+        std::string(kHead) + "Content-Type: text/plain; charset=ISO-8859-1\r\n\r\n\xc3\xa4 latin\r\n",
+        std::string(kHead) + "Content-Type: text/plain; charset=koi8-r\r\n\r\n\xd0\x9f\xd1\x80\r\n",
+        std::string(kHead) + "Content-Type: text/plain; charset=utf-16le\r\n\r\n\xc3\xa4\xc3\xa4",
+        std::string(kHead) + "Content-Type: text/plain; charset=utf-16\r\n\r\nh\0i\0"s,
+        std::string(kHead) + "Content-Type: text/plain; charset=koi8-r\r\n\r\n\xf0\xd2\xc9\xd7\xc5\xd4\r\n",
+        std::string(kHead) + "Content-Type: text/plain; charset=x-unknown-charset\r\n\r\n\xe4\xf6\r\n",
+        std::string(kHead) + "Content-Type: text/plainer\r\n\r\nnot plain\r\n",
+        std::string(kHead) + "Content-Type: text / plain\r\n\r\nspaced\r\n",
+        std::string(kHead) + "Content-Type: text\r\n\r\nno subtype\r\n",
+        std::string(kHead) + "Content-Type:\r\n\r\nempty type\r\n",
+        std::string(kHead) + "Content-Type: ;charset=utf-8\r\n\r\nno type\r\n",
+        std::string(kHead) + "Content-Type: multipart/mixed\r\n\r\nno boundary\r\n",
+        std::string(kHead) + "Content-Type: text/plain; boundary=b\r\n\r\n--b\r\nContent-Type: text/html\r\n\r\n"
+                             "<p>lookalike</p>\r\n--b--\r\n",
+        std::string(kHead) + "\r\n--b\r\nContent-Type: text/html\r\n\r\nno type, a boundary in the body\r\n--b--\r\n",
+        std::string(kHead) + "Content-Type : text/html\r\n\r\n<p>a blank before the colon</p>\r\n",
+        std::string(kHead) + "Content-Type\t: text/html\r\n\r\n<p>a tab before the colon</p>\r\n",
+        std::string(kHead) + " Content-Type: text/html\r\n\r\n<p>a type that continues a field</p>\r\n",
+        // The transfer encoding: case, spaces, unknown names, and no MIME-Version at all.
+        std::string(kHead) + "MIME-Version: 1.0\r\nContent-Transfer-Encoding: 8BIT\r\n\r\nupper case, no type\r\n",
+        std::string(kHead) + "Content-Type: text/plain\r\nContent-Transfer-Encoding:  Binary\r\n\r\nbin\r\n",
+        std::string(kHead) + "Content-Type: text/plain\r\nContent-Transfer-Encoding: x-uuencode\r\n\r\nuu\r\n",
+        std::string(kHead) + "Content-Type: text/plain\r\nContent-Transfer-Encoding: BASE64\r\n\r\nSGk=\r\n",
+        std::string(kHead) + "Content-Type: text/plain\r\nContent-Transfer-Encoding: 7bit\r\n"
+                             "Content-Transfer-Encoding: base64\r\n\r\nSGk=\r\n",
+        // Line ends and edges: bare LF, mixed, a lone CR, a header block alone, a body of one byte.
+        "From: a@example.org\nContent-Type: text/plain\n\nline\r\nmixed\nends\r\n",
+        "From: a@example.org\r\nContent-Type: text/plain\r\n\r\nlone\rcr\r\n",
+        "From: a@example.org\r\nSubject: header only",
+        "From: a@example.org\r\nSubject: header only\r\n",
+        "From: a@example.org\r\n\r\nx",
+        "From: a@example.org\r\n\r\n",
+        "From: a@example.org\r\nContent-Type: text/plain\r\n \r\n\r\nwhite space line in the header\r\n",
     };
     for (size_t i = 0; i < rgSources.size(); i++) ExpectSamePlainBody(rgSources[i], "source " + std::to_string(i));
     // The embedded NUL above must be part of its source.

@@ -13,6 +13,7 @@
 #include "providers/mime/headertable.h"
 #include "providers/mime/messagelater.h"
 #include "providers/mime/mimebody.h"
+#include "providers/mime/plaintype.h"
 
 namespace {
 
@@ -477,14 +478,11 @@ bool CMimeMessage::PlainBodyAsIs(std::string_view *psvBody) {
 
 size_t CMimeMessage::FindPlainBodyAsIs() const {
     constexpr size_t npos = std::string::npos;
-    if (CountFields(m_index, "Content-Type") != 1 || CountFields(m_index, "Content-Transfer-Encoding") > 1 ||
-        m_index.Find("Content-Disposition"))
+    // Without a Content-Type the body is GMime's default, text/plain without a charset.
+    size_t cTypes = CountFields(m_index, "Content-Type");
+    if (cTypes > 1 || CountFields(m_index, "Content-Transfer-Encoding") > 1 || m_index.Find("Content-Disposition"))
         return npos;
-    GPtr<GMimeContentType> pType(
-        g_mime_content_type_parse(MimeParserOptions(), std::string(m_index.Find("Content-Type")->svValue).c_str()));
-    if (!pType || !g_mime_content_type_is_type(pType.get(), "text", "plain")) return npos;
-    const char *pszCharset = g_mime_content_type_get_parameter(pType.get(), "charset");
-    if (pszCharset && !IsOneOf(pszCharset, {"utf-8", "utf8", "us-ascii"})) return npos;
+    if (cTypes == 1 && !MimeIsPlainUtf8Type(m_index.Find("Content-Type")->svValue)) return npos;
     if (const CMimeHeaderIndex::Field *pEncoding = m_index.Find("Content-Transfer-Encoding");
         pEncoding && !IsOneOf(Trimmed(pEncoding->svValue), {"7bit", "8bit", "binary"}))
         return npos;

@@ -1,0 +1,9 @@
+// Whether a Content-Type value names a plain text body whose bytes need no charset conversion: GMime's own reading
+// of the value, remembered per distinct value, since a store repeats a handful of them over and over and each
+// parse builds and drops a GObject.
+#pragma once
+
+#include <string_view>
+
+// text/plain with no charset or one of utf-8, utf8, us-ascii (in any case), as g_mime_content_type_parse reads it.
+bool MimeIsPlainUtf8Type(std::string_view svValue);
