@@ -15,17 +15,6 @@ namespace {
 
 using testsupport::ReadFileText;
 
-std::vector<std::filesystem::path> CorpusMessages() {
-    std::vector<std::filesystem::path> rgPaths;
-    std::filesystem::path root = testsupport::SharedDir() / "corpus" / "mail";
-    std::error_code ec;
-    for (auto it = std::filesystem::recursive_directory_iterator(root, ec);
-         !ec && it != std::filesystem::recursive_directory_iterator(); it.increment(ec))
-        if (it->is_regular_file() && it->path().extension() == ".eml") rgPaths.push_back(it->path());
-    std::sort(rgPaths.begin(), rgPaths.end());
-    return rgPaths;
-}
-
 // What a reader sees of a message: header rows, text bodies, attachments with names and content.
 struct Snapshot {
     std::vector<std::string> rgRows;
@@ -70,7 +59,7 @@ Snapshot Take(IMimeMessage *pMessage, const char *pszSkipHeader) {
 
 TEST(CorpusTest, EveryMessageReadsAndSavesUnchanged) {
     SKIP_WITHOUT_SHARED_CORPUS();
-    std::vector<std::filesystem::path> rgPaths = CorpusMessages();
+    std::vector<std::filesystem::path> rgPaths = testsupport::SharedCorpusMessages();
     ASSERT_FALSE(rgPaths.empty());
     for (const auto &path : rgPaths) {
         SCOPED_TRACE(path.string());
@@ -96,7 +85,7 @@ TEST(CorpusTest, EveryMessageReadsAndSavesUnchanged) {
 
 TEST(CorpusTest, EditedMessageKeepsWhatWasNotEdited) {
     SKIP_WITHOUT_SHARED_CORPUS();
-    for (const auto &path : CorpusMessages()) {
+    for (const auto &path : testsupport::SharedCorpusMessages()) {
         SCOPED_TRACE(path.string());
         Ref<IMimeMessage> pMessage;
         ASSERT_EQ(S_OK, MimeOleOpenMessageFile(path.c_str(), &pMessage));
@@ -120,7 +109,7 @@ TEST(CorpusTest, EditedMessageKeepsWhatWasNotEdited) {
 
 TEST(CorpusTest, MessageWithANewAttachmentKeepsEverythingElse) {
     SKIP_WITHOUT_SHARED_CORPUS();
-    for (const auto &path : CorpusMessages()) {
+    for (const auto &path : testsupport::SharedCorpusMessages()) {
         SCOPED_TRACE(path.string());
         Ref<IMimeMessage> pMessage;
         ASSERT_EQ(S_OK, MimeOleOpenMessageFile(path.c_str(), &pMessage));

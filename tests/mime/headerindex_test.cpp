@@ -66,24 +66,19 @@ void ExpectSameReads(const std::string &strSource, const std::string &strWhat) {
     Ref<IMimeMessage> pLight, pParsed;
     LoadMessage(strSource, &pLight);
     LoadEdited(strSource, &pParsed);
-    for (const std::string &strName : HeaderNames(pParsed.get()))
-        if (strName != "X-Tessel-Probe")
+    for (const std::string &strName : HeaderNames(pParsed.get())) {
+        if (strName != "X-Tessel-Probe") {
             EXPECT_EQ(Reads(pParsed.get(), strName.c_str()), Reads(pLight.get(), strName.c_str()))
-            << strWhat << ", header " << strName;
+                << strWhat << ", header " << strName;
+        }
+    }
 }
 
 TEST(HeaderIndexTest, EveryCorpusMessageReadsAsGMimeParsesIt) {
     SKIP_WITHOUT_SHARED_CORPUS();
-    std::filesystem::path root = testsupport::SharedDir() / "corpus" / "mail";
-    size_t cMessages = 0;
-    std::error_code ec;
-    for (auto it = std::filesystem::recursive_directory_iterator(root, ec);
-         !ec && it != std::filesystem::recursive_directory_iterator(); it.increment(ec)) {
-        if (!it->is_regular_file()) continue;
-        ExpectSameReads(ReadFileText(it->path()), it->path().string());
-        ++cMessages;
-    }
-    EXPECT_GT(cMessages, 100u);
+    std::vector<std::filesystem::path> rgPaths = testsupport::SharedCorpusMessages();
+    EXPECT_GT(rgPaths.size(), 100u);
+    for (const auto &path : rgPaths) ExpectSameReads(ReadFileText(path), path.string());
 }
 
 TEST(HeaderIndexTest, OddBlocksReadAsGMimeParsesThem) {

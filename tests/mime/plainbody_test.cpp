@@ -2,7 +2,6 @@
 // opened for later reading reads its bytes only when a call needs them.
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <filesystem>
 #include <fstream>
 
@@ -116,10 +115,7 @@ TEST(PlainBodyAsStored, SimpleMessagesGiveWhatTheParseGives) {
 
 TEST(PlainBodyAsStored, CorpusMessagesGiveWhatTheParseGives) {
     SKIP_WITHOUT_SHARED_CORPUS();
-    std::vector<std::filesystem::path> rgPaths;
-    for (const auto &entry : std::filesystem::recursive_directory_iterator(testsupport::SharedDir() / "corpus" / "mail"))
-        if (entry.is_regular_file()) rgPaths.push_back(entry.path());
-    std::sort(rgPaths.begin(), rgPaths.end());
+    std::vector<std::filesystem::path> rgPaths = testsupport::SharedCorpusMessages();
     ASSERT_GT(rgPaths.size(), 100u);
     for (const auto &path : rgPaths) ExpectSamePlainBody(ReadFile(path), path.string());
 }

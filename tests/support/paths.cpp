@@ -1,5 +1,6 @@
 #include "support/paths.h"
 
+#include <algorithm>
 #include <cstdlib>
 #include <string>
 
@@ -15,6 +16,18 @@ std::filesystem::path SharedDir() {
     }
     std::filesystem::path p = SourceDir().parent_path() / "shared";
     return std::filesystem::is_directory(p / "corpus", ec) ? p : std::filesystem::path();
+}
+
+std::vector<std::filesystem::path> SharedCorpusMessages() {
+    std::vector<std::filesystem::path> rgPaths;
+    std::filesystem::path shared = SharedDir();
+    if (shared.empty()) return rgPaths;
+    std::error_code ec;
+    for (auto it = std::filesystem::recursive_directory_iterator(shared / "corpus" / "mail", ec);
+         !ec && it != std::filesystem::recursive_directory_iterator(); it.increment(ec))
+        if (it->is_regular_file() && it->path().extension() == ".eml") rgPaths.push_back(it->path());
+    std::sort(rgPaths.begin(), rgPaths.end());
+    return rgPaths;
 }
 
 TempDir::TempDir() {

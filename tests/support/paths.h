@@ -3,6 +3,7 @@
 #pragma once
 
 #include <filesystem>
+#include <vector>
 
 namespace testsupport {
 
@@ -11,6 +12,9 @@ std::filesystem::path SourceDir();
 
 // ../shared next to the checkout, or $TESSEL_SHARED_DIR; empty if neither exists.
 std::filesystem::path SharedDir();
+
+// The messages of the shared mail corpus, sorted; empty when the corpus is absent.
+std::vector<std::filesystem::path> SharedCorpusMessages();
 
 // A fresh, empty directory under the system's temporary directory, removed when the object goes.
 class TempDir {
