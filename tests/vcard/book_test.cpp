@@ -475,8 +475,12 @@ TEST_F(VCardBookTest, TablesRestrictAndSort) {
         EXPECT_EQ(S_OK, pCont->GetContentsTable(0, &pTable));
         TagOne cols{1, {PR_DISPLAY_NAME}};
         EXPECT_EQ(S_OK, pTable->SetColumns(Tags(cols), 0));
-        if (pRes) EXPECT_EQ(S_OK, pTable->Restrict(pRes, 0));
-        if (pSort) EXPECT_EQ(S_OK, pTable->SortTable(pSort, 0));
+        if (pRes) {
+            EXPECT_EQ(S_OK, pTable->Restrict(pRes, 0));
+        }
+        if (pSort) {
+            EXPECT_EQ(S_OK, pTable->SortTable(pSort, 0));
+        }
         ULONG n = 0;
         pTable->GetRowCount(0, &n);
         Book::Rows rows{book.pWab};

@@ -83,7 +83,9 @@ TEST(VCardCorpus, ChangingTheDisplayNameKeepsEveryOtherField) {
                 bool bHas = wab.GetString(p, PR_DISPLAY_NAME, &sName);
                 const vcard::VProperty *fn = before[i].Find("FN");
                 EXPECT_EQ(fn != nullptr && !fn->sValue.empty(), bHas) << path << " card " << i;
-                if (bHas) EXPECT_EQ(vcard::UnescapeText(vcard::DecodedValue(*fn)), sName) << path;
+                if (bHas) {
+                    EXPECT_EQ(vcard::UnescapeText(vcard::DecodedValue(*fn)), sName) << path;
+                }
                 ASSERT_EQ(S_OK, wab.SetString(p, PR_DISPLAY_NAME, "Changed " + std::to_string(i)));
                 EXPECT_EQ(S_OK, p->SaveChanges(0)) << path << " card " << i;
                 p->Release();
