@@ -57,6 +57,7 @@ bool CHeadReadAhead::Take(const std::string &strPath, std::string &strOut, bool 
         m_cvRead.wait(lock);
     }
     m_bTakerWaits = false;
+    const bool bFull = m_cbHeld >= kMaxHeld;
     Slot &slot = m_slots[i];
     bool bRead = slot.state == State::Read;
     if (bRead) {
@@ -65,9 +66,11 @@ bool CHeadReadAhead::Take(const std::string &strPath, std::string &strOut, bool 
         *pbWhole = slot.bWhole;
     }
     DropFront(i + 1);
-    bool bWake = m_bWorkerWaits;
+    // A worker that waits for room is woken once there is some; one that waits for files is woken by Ask. A wake
+    // costs both threads a system call, so none is made for nothing.
+    bool bWake = m_bWorkerWaits && bFull && m_cbHeld < kMaxHeld;
     lock.unlock();
-    if (bWake) m_cvWork.notify_one(); // it may wait for room
+    if (bWake) m_cvWork.notify_one();
     return bRead;
 }
 
