@@ -1,5 +1,7 @@
 // Messages opened as parsed MIME objects and saved from them, and a store built from the shared corpus.
+#include <chrono>
 #include <set>
+#include <thread>
 
 #include "maildir/maildir_fixture.h"
 #include "platform/cocreate.h"
@@ -11,18 +13,25 @@ namespace {
 
 using MimeStoreTest = MaildirTest;
 
-std::string Subject(IMimeMessage *pMessage) {
+// The message's subject in strOut, and the result of its GetProp.
+HRESULT GetSubject(IMimeMessage *pMessage, std::string &strOut) {
     PROPVARIANT value{};
     value.vt = VT_LPSTR;
-    if (pMessage->GetProp("Subject", 0, &value) != S_OK) return "<none>";
-    std::string str = value.pszVal ? value.pszVal : "";
+    HRESULT hr = pMessage->GetProp("Subject", 0, &value);
+    if (hr != S_OK) return hr;
+    strOut = value.pszVal ? value.pszVal : "";
     IMimeAllocator *pAllocator = nullptr;
     if (CoCreateInstance(CLSID_IMimeAllocator, nullptr, 1, IID_IMimeAllocator,
                          reinterpret_cast<void **>(&pAllocator)) == S_OK) {
         pAllocator->PropVariantClear(&value);
         pAllocator->Release();
     }
-    return str;
+    return S_OK;
+}
+
+std::string Subject(IMimeMessage *pMessage) {
+    std::string str;
+    return GetSubject(pMessage, str) == S_OK ? str : "<none>";
 }
 
 TEST_F(MimeStoreTest, OpenAsMimeMessageAndSaveItBackAsANewMessage) {
@@ -111,6 +120,82 @@ TEST_F(MimeStoreTest, AHeaderReadReadsTheBlockAloneAndTheBodyFollowsARenameMeanw
     ASSERT_EQ(pMessage->GetSizeMax(&cb), S_OK);
     EXPECT_EQ(cb.QuadPart, strText.size());
     pMessage->Release();
+    pInbox->Release();
+    pNs->Release();
+}
+
+// The header read of message id alone; its result, and the subject in *pstrSubject when it succeeds.
+HRESULT ReadSubject(IStoreFolder *pFolder, MESSAGEID id, std::string *pstrSubject) {
+    IMimeMessage *pMessage = nullptr;
+    HRESULT hr = pFolder->OpenMessage(id, IID_IMimeMessage, reinterpret_cast<void **>(&pMessage));
+    if (FAILED(hr)) return hr;
+    hr = GetSubject(pMessage, *pstrSubject);
+    pMessage->Release();
+    return hr;
+}
+
+TEST_F(MimeStoreTest, AWalkThroughTheMessagesReadsEachHeaderFromItsOwnFile) {
+    MakeMaildir(Root());
+    const int kCount = 300;
+    std::string strLong = "X-Long: " + std::string(6000, 'x') + "\n";
+    for (int i = 1; i <= kCount; ++i) {
+        std::string strText = Message("m" + std::to_string(i), std::string(i * 37 % 9000, 'b') + "\n",
+                                      i % 7 == 0 ? strLong : "");
+        if (i % 11 == 0) strText = "Subject: m" + std::to_string(i) + "\n"; // a header block alone
+        WriteFileText(Root() / "cur" / (std::to_string(1000 + i) + ".M" + std::to_string(i) + "P1.h:2,S"), strText);
+    }
+    IStoreNamespace *pNs = Open();
+    IStoreFolder *pInbox = OpenSpecial(pNs, FOLDER_INBOX);
+    ASSERT_EQ(List(pInbox, MSGPROPS_FAST).size(), static_cast<size_t>(kCount));
+    // Gone behind the index's back: its read fails as it would without anything read ahead.
+    fs::remove(Root() / "cur" / "1150.M150P1.h:2,S");
+    for (MESSAGEID id = 1; id <= kCount; ++id) {
+        std::string strSubject;
+        HRESULT hr = ReadSubject(pInbox, id, &strSubject);
+        if (id == 150) {
+            EXPECT_EQ(hr, STG_E_FILENOTFOUND);
+            continue;
+        }
+        ASSERT_EQ(hr, S_OK) << id;
+        EXPECT_EQ(strSubject, "m" + std::to_string(id));
+        if (id % 5 == 0 && id > 10 && id - 10 != 150) { // as a search does: an earlier message between
+            ASSERT_EQ(ReadSubject(pInbox, id - 10, &strSubject), S_OK);
+            EXPECT_EQ(strSubject, "m" + std::to_string(id - 10));
+        }
+        if (id % 13 == 0) { // the size needs the whole file: the header read said rightly whether it had it
+            IMimeMessage *pMessage = nullptr;
+            ASSERT_EQ(pInbox->OpenMessage(id, IID_IMimeMessage, reinterpret_cast<void **>(&pMessage)), S_OK);
+            EXPECT_EQ(Subject(pMessage), "m" + std::to_string(id));
+            ULARGE_INTEGER cb{};
+            ASSERT_EQ(pMessage->GetSizeMax(&cb), S_OK);
+            EXPECT_EQ(cb.QuadPart, fs::file_size(Root() / "cur" / (std::to_string(1000 + id) + ".M" + std::to_string(id) + "P1.h:2,S")));
+            pMessage->Release();
+        }
+    }
+    pInbox->Release();
+    pNs->Release();
+}
+
+TEST_F(MimeStoreTest, AWalkAfterTheFolderChangedReadsTheFilesAsTheyAreNow) {
+    MakeMaildir(Root());
+    const int kCount = 100;
+    auto path = [&](int i) { return Root() / "cur" / (std::to_string(1000 + i) + ".M" + std::to_string(i) + "P1.h:2,S"); };
+    for (int i = 1; i <= kCount; ++i) WriteFileText(path(i), Message("old" + std::to_string(i)));
+    IStoreNamespace *pNs = Open();
+    IStoreFolder *pInbox = OpenSpecial(pNs, FOLDER_INBOX);
+    std::string strSubject;
+    for (MESSAGEID id = 1; id <= 10; ++id) ASSERT_EQ(ReadSubject(pInbox, id, &strSubject), S_OK);
+    std::this_thread::sleep_for(std::chrono::milliseconds(50)); // the messages ahead are read meanwhile
+    // Another program puts new text under the same names; the listing that follows sees the folder changed.
+    for (int i = 11; i <= kCount; ++i) {
+        WriteFileText(Root() / "tmp" / "new", Message("new" + std::to_string(i)));
+        fs::rename(Root() / "tmp" / "new", path(i));
+    }
+    ASSERT_EQ(List(pInbox, MSGPROPS_FAST).size(), static_cast<size_t>(kCount));
+    for (MESSAGEID id = 11; id <= kCount; ++id) {
+        ASSERT_EQ(ReadSubject(pInbox, id, &strSubject), S_OK);
+        EXPECT_EQ(strSubject, "new" + std::to_string(id));
+    }
     pInbox->Release();
     pNs->Release();
 }

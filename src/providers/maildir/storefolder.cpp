@@ -30,6 +30,9 @@ struct MessageEnum {
 constexpr size_t kColdCheck = 16;
 // How many files ahead of the listing the disk is kept busy with, once it had to be read.
 constexpr size_t kReadAhead = 64;
+// How many header blocks ahead of a walk through the messages are read on the worker; more are asked for once it
+// has less than half of these left.
+constexpr size_t kHeadsAhead = 64;
 
 // True once this thread has read from the disk since the last call; the first call only takes the count.
 bool ReadFromDisk(long *pnInBlocks) {
@@ -223,8 +226,8 @@ HRESULT CStoreFolder::OpenMessage(MESSAGEID dwMessageId, REFIID riid, void **ppv
             },
             reinterpret_cast<IMimeMessage **>(ppvObject),
             [pThis, dwMessageId](std::string &strOut, bool *pbWhole) {
-                return pThis->WithMessage(dwMessageId, [&](const IndexedMessage &, const std::string &strPath) {
-                    return MimeReadFileHead(strPath.c_str(), strOut, pbWhole);
+                return pThis->WithMessage(dwMessageId, [&](const IndexedMessage &msg, const std::string &strPath) {
+                    return pThis->ReadHead(msg, strPath, strOut, pbWhole);
                 });
             });
     }
@@ -235,6 +238,31 @@ HRESULT CStoreFolder::OpenMessage(MESSAGEID dwMessageId, REFIID riid, void **ppv
     if (FAILED(hr)) return hr;
     *ppvObject = pStream;
     return S_OK;
+}
+
+HRESULT CStoreFolder::ReadHead(const IndexedMessage &msg, const std::string &strPath, std::string &strOut,
+                               bool *pbWhole) {
+    const MessageView &view = m_index.View(); // msg is one of its messages
+    if (m_headView.lock() != view) {
+        m_headAhead.Clear();
+        m_headView = view;
+        m_nHeadWalk = SIZE_MAX;
+        m_nHeadAsked = 0;
+    }
+    const size_t nPos = static_cast<size_t>(&msg - view->messages.data());
+    // A walk is a read of the message after the furthest one read so far; reads of earlier messages between
+    // (a search comparing with an earlier one) don't break it.
+    const bool bWalk = m_nHeadWalk != SIZE_MAX && nPos == m_nHeadWalk + 1;
+    if (m_nHeadWalk == SIZE_MAX || nPos > m_nHeadWalk) m_nHeadWalk = nPos;
+    if (bWalk && m_nHeadAsked < nPos + kHeadsAhead / 2) {
+        size_t nFrom = std::max(m_nHeadAsked, nPos + 1), nEnd = std::min(view->messages.size(), nPos + 1 + kHeadsAhead);
+        std::vector<std::string> paths;
+        for (size_t i = nFrom; i < nEnd; i++) paths.push_back(m_index.PathOf(view->messages[i]));
+        m_headAhead.Ask(std::move(paths));
+        m_nHeadAsked = std::max(m_nHeadAsked, nEnd);
+    }
+    if (m_headAhead.Take(strPath, strOut, pbWhole)) return S_OK;
+    return MimeReadFileHead(strPath.c_str(), strOut, pbWhole);
 }
 
 HRESULT CStoreFolder::CreateStream(HBATCHLOCK, DWORD, IStream **ppStream, MESSAGEID *pdwMessageId) {

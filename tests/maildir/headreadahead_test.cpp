@@ -1,0 +1,96 @@
+// The read-ahead of header blocks on its own: what Take gives, what it drops.
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <thread>
+
+#include "providers/maildir/headreadahead.h"
+#include "providers/mime/fileio.h"
+#include "support/file_text.h"
+#include "support/paths.h"
+
+namespace {
+
+namespace fs = std::filesystem;
+
+// Asks for strPath until a Take gives its bytes (the worker may not have begun it at a Take); false if it never does.
+bool TakeSoon(CHeadReadAhead &ahead, const std::string &strPath, std::string &strOut, bool *pbWhole) {
+    for (int i = 0; i < 5000; ++i) {
+        ahead.Ask({strPath});
+        if (ahead.Take(strPath, strOut, pbWhole)) return true;
+        std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    }
+    return false;
+}
+
+// Gives the worker time to get to what was asked; the assertions hold however far it got.
+void LetItWork() { std::this_thread::sleep_for(std::chrono::milliseconds(20)); }
+
+class HeadReadAheadTest : public ::testing::Test {
+protected:
+    std::string File(const std::string &strName, const std::string &strText) {
+        fs::path path = m_temp.path() / strName;
+        testsupport::WriteFileText(path, strText);
+        return path.string();
+    }
+    testsupport::TempDir m_temp;
+};
+
+TEST_F(HeadReadAheadTest, TakeGivesWhatAHeaderReadOfTheFileGives) {
+    std::string strLongHeader = "X-Long: " + std::string(9000, 'x') + "\n";
+    std::vector<std::string> paths = {
+        File("plain", "Subject: a\n\nbody\n" + std::string(10000, 'b')),
+        File("short", "Subject: no body, no blank line\n"),
+        File("long", "Subject: c\n" + strLongHeader + "\nbody\n" + std::string(20000, 'b')),
+        File("crlf", "Subject: d\r\n\r\nbody\r\n"),
+    };
+    CHeadReadAhead ahead;
+    for (const std::string &strPath : paths) {
+        std::string strWant, strGot = "left over";
+        bool bWantWhole = false, bGotWhole = false;
+        ASSERT_EQ(MimeReadFileHead(strPath.c_str(), strWant, &bWantWhole), S_OK);
+        ASSERT_TRUE(TakeSoon(ahead, strPath, strGot, &bGotWhole)) << strPath;
+        EXPECT_EQ(strGot, strWant) << strPath;
+        EXPECT_EQ(bGotWhole, bWantWhole) << strPath;
+    }
+}
+
+TEST_F(HeadReadAheadTest, TheFilesAskedBeforeTheTakenOneAreDropped) {
+    std::string strA = File("a", "Subject: a\n\n"), strB = File("b", "Subject: b\n\n");
+    CHeadReadAhead ahead;
+    ahead.Ask({strA, strB});
+    std::string strOut;
+    bool bWhole = false;
+    ASSERT_TRUE(TakeSoon(ahead, strB, strOut, &bWhole));
+    EXPECT_FALSE(ahead.Take(strA, strOut, &bWhole));
+    EXPECT_FALSE(ahead.Take(strB, strOut, &bWhole)); // taken once
+}
+
+TEST_F(HeadReadAheadTest, AFailedReadOrAClearedOneGivesNothing) {
+    std::string strGone = (m_temp.path() / "gone").string(), strA = File("a", "Subject: a\n\n");
+    CHeadReadAhead ahead;
+    std::string strOut = "kept";
+    bool bWhole = false;
+    ahead.Ask({strGone});
+    LetItWork();
+    EXPECT_FALSE(ahead.Take(strGone, strOut, &bWhole)); // the caller reads it itself and gets its own error
+    EXPECT_EQ(strOut, "kept");
+    ahead.Ask({strA});
+    LetItWork();
+    ahead.Clear();
+    EXPECT_FALSE(ahead.Take(strA, strOut, &bWhole));
+    EXPECT_EQ(strOut, "kept");
+}
+
+TEST_F(HeadReadAheadTest, ANewWorkerTakesOverOnceAnIdleOneEnded) {
+    std::string strA = File("a", "Subject: a\n\n"), strB = File("b", "Subject: b\n\n");
+    CHeadReadAhead ahead;
+    std::string strOut;
+    bool bWhole = false;
+    ASSERT_TRUE(TakeSoon(ahead, strA, strOut, &bWhole));
+    std::this_thread::sleep_for(std::chrono::milliseconds(400)); // longer than a worker waits for more
+    ASSERT_TRUE(TakeSoon(ahead, strB, strOut, &bWhole));
+    EXPECT_EQ(strOut, "Subject: b\n\n");
+}
+
+} // namespace
