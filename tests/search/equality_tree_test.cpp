@@ -286,6 +286,45 @@ TEST(EqualityTreeTest, RemoveFirstElementOfNodeHandsOverToTheNext)
     EXPECT_EQ(seen.nodeElements, (std::vector<intptr_t>{11}));
 }
 
+// The same once a rebuild has taken the node into the balanced part, where it is found by its element 0.
+TEST(EqualityTreeTest, RemoveFirstElementOfARebuiltNodeHandsOverToTheNext)
+{
+    Tree tree;
+    NumericContext ctx{10};
+    for (intptr_t n : {10, 11})
+        InsertNumber(tree, n, &ctx);
+    for (intptr_t n = 20; n <= 400; n += 10)
+        InsertNumber(tree, n, &ctx);
+    ASSERT_GT(tree.Rebuilds(), 0);
+    Node *pNode = tree.FindNode(10);
+    tree.Remove(10);
+    EXPECT_EQ(tree.FindNode(11), pNode);
+
+    struct Seen {
+        std::vector<intptr_t> nodeElements;
+    } seen;
+    bool bEqual = false;
+    Node *pJoined = tree.Insert(
+        [](intptr_t n, intptr_t nNode, bool *, void *p) -> int32_t {
+            static_cast<Seen *>(p)->nodeElements.push_back(nNode);
+            intptr_t a = n / 10, b = nNode / 10;
+            return a < b ? -1 : (a > b ? 1 : 0);
+        },
+        15, &bEqual, &seen);
+    EXPECT_TRUE(bEqual);
+    EXPECT_EQ(pJoined, pNode);
+    ASSERT_FALSE(seen.nodeElements.empty());
+    EXPECT_EQ(seen.nodeElements.back(), 11);
+    EXPECT_EQ(std::count(seen.nodeElements.begin(), seen.nodeElements.end(), 10), 0);
+    EXPECT_EQ(pNode->m_Items, (std::vector<intptr_t>{11, 15}));
+    std::vector<intptr_t> items = Items(tree);
+    ASSERT_GE(items.size(), 3u);
+    EXPECT_EQ(items[0], 11);
+    EXPECT_EQ(items[1], 15);
+    EXPECT_EQ(items[2], 20);
+    EXPECT_TRUE(ParentsConsistent(tree.Root(), nullptr));
+}
+
 TEST(EqualityTreeTest, RemoveOfANodeRebuildsBalanced)
 {
     Tree tree;
