@@ -9,6 +9,15 @@ namespace {
 // The warning of GetItemSize comes once per process, however many adaptors there are.
 bool s_bItemSizeWarned = false;
 
+// Has the stored message of the item read whole now, if it is not yet: its size needs all of it. A failure is
+// left to the reads that follow, which meet it as they would have.
+void ReadWhole(HITEM hItem) {
+    auto *pItem = static_cast<OEOpenItem *>(hItem);
+    if (!pItem || !pItem->pMessage || pItem->bEdited || pItem->pMessage->IsDirty() != S_FALSE) return;
+    ULARGE_INTEGER cb{};
+    pItem->pMessage->GetSizeMax(&cb);
+}
+
 } // namespace
 
 HRESULT COECompare::OpenFolder(const char *pszEntry, HFOLDER *phFolder) {
@@ -32,7 +41,10 @@ HRESULT COECompare::OpenFolderItem(HFOLDER hFolder, const char *pszEntry, HITEM 
     return m_Lib.OpenFolderItem(static_cast<IStoreFolder *>(hFolder), pszEntry, phItem);
 }
 
-void COECompare::CloseItem(HITEM *phItem) { m_Lib.CloseItem(phItem); }
+void COECompare::CloseItem(HITEM *phItem) {
+    if (phItem && *phItem == m_hPropsRead) m_hPropsRead = nullptr;
+    m_Lib.CloseItem(phItem);
+}
 
 HRESULT COECompare::GetIDFromName(HITEM hItem, ULONG *pTag, const char *pszGUID, LONG nID, const char16_t *sID,
                                   BOOL bCreate) {
@@ -42,6 +54,9 @@ HRESULT COECompare::GetIDFromName(HITEM hItem, ULONG *pTag, const char *pszGUID,
 
 HRESULT COECompare::GetItemProps(HITEM hItem, const SPropTagArray *lpTags, ULONG *pcValues, SPropValue **ppProps,
                                  BOOL bUnicode) {
+    if (m_bBodyFollowed) ReadWhole(hItem);
+    m_hPropsRead = hItem;
+    m_bBodyFollowed = false;
     return m_Lib.GetItemProps(hItem, lpTags, pcValues, ppProps, bUnicode != 0);
 }
 
@@ -119,6 +134,7 @@ HRESULT COECompare::CmpAttachData(HITEM hItem1, ULONG idAttach1, HITEM hItem2, U
 }
 
 HRESULT COECompare::OpenStreamProp(HITEM hItem, ULONG nTag, IStream **ppStream, ULONG nReserved) {
+    if (hItem && hItem == m_hPropsRead) m_bBodyFollowed = true;
     return m_Lib.OpenStreamProp(hItem, nTag, ppStream, nReserved);
 }
 

@@ -48,4 +48,12 @@ public:
     HRESULT FreeBuffer(void *pBuffer) override;
 
     COELib m_Lib;
+
+private:
+    // A caller that opens an item's body right after reading its properties (a scan that compares bodies) would
+    // have the message file read twice: its header block for the properties, then the whole for the body. The
+    // properties of the next item are then read from the whole message, read once up front. Learnt from the last
+    // item whose properties were read, so a caller that stops opening bodies stops paying for them one item on.
+    HITEM m_hPropsRead = nullptr; // that item, while it is open
+    bool m_bBodyFollowed = false; // a body stream of it was opened after its properties were read
 };
