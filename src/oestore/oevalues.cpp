@@ -79,7 +79,7 @@ SPropValue *OEPackValueArray(SPropValue *lpProps, const char *szLabel, COEValueC
         cbData += PointedBytes(value);
     }
     auto *pPacked = static_cast<SPropValue *>(chunks.Allocate(cValues * sizeof(SPropValue) + cbData));
-    auto *pData = reinterpret_cast<BYTE *>(pPacked + cValues);
+    BYTE *pData = pPacked ? reinterpret_cast<BYTE *>(pPacked + cValues) : nullptr;
     for (ULONG i = 0; i < cValues; ++i) {
         SPropValue &value = lpProps[i];
         if (value.dwAlignPad == kSharedMark) {
