@@ -421,15 +421,15 @@ TEST_F(ItemPropsTest, ValuesAndTheirTextsAreOneBlock) {
     TestItem item(TextMessage(kHeaders, "x\n"));
     auto values = Read(item, {PR_OE_SUBJECT, PR_OE_SIZE, PR_ENTRYID, PR_OE_BODY, PR_OE_MESSAGE_ID});
     ASSERT_EQ(values->m_cValues, 5u);
-    // Packed: the texts and buffers follow the values, in order, each right behind the one before.
+    // Packed: the texts and buffers follow the values, in order, each right behind the one before; the subject,
+    // which many messages share, is kept apart.
     auto *pNext = reinterpret_cast<const BYTE *>(values->m_pProps + values->m_cValues);
-    EXPECT_EQ(reinterpret_cast<const BYTE *>((*values)[0].Value.lpszA), pNext);
-    pNext += std::strlen((*values)[0].Value.lpszA) + 1;
     EXPECT_EQ((*values)[2].Value.bin.lpb, pNext);
     pNext += (*values)[2].Value.bin.cb;
     EXPECT_EQ(reinterpret_cast<const BYTE *>((*values)[3].Value.lpszA), pNext);
     pNext += std::strlen((*values)[3].Value.lpszA) + 1;
     EXPECT_EQ(reinterpret_cast<const BYTE *>((*values)[4].Value.lpszA), pNext);
+    EXPECT_FALSE(COEValueChunks::InChunkOf(values->m_pProps, (*values)[0].Value.lpszA));
     EXPECT_EQ(Text((*values)[0]), "Hello there");
     EXPECT_EQ(Text((*values)[3]), "x\n");
     EXPECT_EQ(Text((*values)[4]), "<m1@example.org>");
