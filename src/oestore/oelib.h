@@ -14,6 +14,7 @@
 
 #include "compare/icompare.h"
 #include "oestore/oebodyprefix.h"
+#include "oestore/oevaluechunks.h"
 #include "platform/com.h"
 #include "platform/mapi.h"
 #include "platform/mimeole.h"
@@ -108,8 +109,10 @@ public:
     // ---- Message properties (tags in oestore/oetags.h) ----
 
     // A value array with one value per tag, in order; an unreadable value is a PT_ERROR value and the result is
-    // then MAPI_W_ERRORS_RETURNED. The values and their texts are one heap block (oestore/oevalues.h): free it
-    // with FreeItemProps. bUnicode is ignored.
+    // then MAPI_W_ERRORS_RETURNED. The values and their texts are one block (oestore/oevalues.h) that lives on
+    // its own until FreeItemProps, also past the connection. The texts of a read of one value are the caller's
+    // to change; those of a read of several may be shared with other blocks and are read-only. bUnicode is
+    // ignored.
     HRESULT GetItemProps(HITEM hItem, const SPropTagArray *lpTags, ULONG *pcValues, SPropValue **lppProps,
                          bool bUnicode);
     // One tag; the result is the value's error code when it is an error value. The array is handed out in both
@@ -180,6 +183,7 @@ public:
     static bool Str2ItemEntry(const char *szEntry, STOREFOLDERID *pdwFolderId, MESSAGEID *pdwMessageId);
 
     COEBodyPrefixes m_BodyPrefixes; // of this connection; filled only where bodies are opened as streams
+    COEValueChunks m_ValueChunks;   // where GetItemProps packs its values
     IStoreNamespace *m_pNamespace; // owned; null when not connected
     IMimeAllocator *m_pAllocator;  // owned; null when not connected
     GUID CLSID_StoreNamespace;

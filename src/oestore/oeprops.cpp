@@ -52,6 +52,28 @@ constexpr AddressTag kAddressTags[] = {
     {PR_OE_DISPLAY_FROM, IAT_FROM, AFT_DISPLAY_FRIENDLY},
 };
 
+// Texts that many messages of a store hold alike (a thread's subject, a frequent sender or recipient).
+bool RepeatsAcrossMessages(ULONG ulTag) {
+    switch (ulTag) {
+    case PR_OE_SUBJECT:
+    case PR_OE_FROM:
+    case PR_OE_BCC:
+    case PR_OE_CC:
+    case PR_OE_TO:
+    case PR_OE_SENDER:
+    case PR_OE_DISPLAY_BCC:
+    case PR_OE_DISPLAY_CC:
+    case PR_OE_DISPLAY_TO:
+    case PR_OE_DISPLAY_FROM:
+    case PR_OE_SENDER_EMAIL:
+        return true;
+    default:
+        return false;
+    }
+}
+
+bool NeverShared(ULONG) { return false; }
+
 template <class T, size_t N>
 const T *FindTag(const T (&table)[N], ULONG ulTag) {
     for (const T &row : table)
@@ -292,8 +314,11 @@ HRESULT COELib::GetItemProps(HITEM hItem, const SPropTagArray *lpTags, ULONG *pc
         }
     }
     pPropSet->Release();
-    // A scan keeps the values of every message: in one block they cost one allocation, not one per text.
-    SPropValue *pPacked = OEPackValueArray(pValues, kszFreeItemProps);
+    // A scan keeps the values of every message: in one block from chunks they cost no allocation of their own,
+    // and a repeated text is kept once. A read of one value (a caller's own look at a property, which it may
+    // change in place) gets texts of its own.
+    SPropValue *pPacked = OEPackValueArray(pValues, kszFreeItemProps, m_ValueChunks,
+                                           lpTags->cValues > 1 ? RepeatsAcrossMessages : NeverShared);
     if (!pPacked) return E_OUTOFMEMORY;
     *pcValues = lpTags->cValues;
     *lppProps = pPacked;
@@ -308,4 +333,4 @@ HRESULT COELib::GetItemProp(HITEM hItem, ULONG ulPropTag, SPropValue **lppProp, 
     return hr;
 }
 
-void COELib::FreeItemProps(SPropValue *lpProps) { std::free(lpProps); } // packed: see GetItemProps
+void COELib::FreeItemProps(SPropValue *lpProps) { OEFreePackedValues(lpProps, &m_ValueChunks); }

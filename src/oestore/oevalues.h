@@ -4,10 +4,13 @@
 // number of values; the caller sees the element behind it. Texts and binary buffers inside the values are heap
 // blocks of their own, owned by the array. Attachments are handed out so.
 //
-// Packed (message values, which a scan keeps for every message): one heap block, the values first and their
-// texts and buffers behind them, freed by std::free alone.
+// Packed (message values, which a scan keeps for every message): one block cut from the connection's chunks
+// (oestore/oevaluechunks.h), the values first and their texts and buffers behind them; the first value's padding
+// word holds the number of values. A text that many messages hold alike may instead be a shared one
+// (oestore/oesharedtexts.h). Freed by OEFreePackedValues alone.
 #pragma once
 
+#include "oestore/oevaluechunks.h"
 #include "platform/mapi.h"
 
 // A zeroed array of cValues values with its count in front; null if memory runs out.
@@ -21,6 +24,12 @@ void OEFreeValueArray(SPropValue *lpProps, const char *szLabel, ULONG ulNoPointe
 // Turns a value into an error value: the tag's id with PT_ERROR, the code in err.
 void OESetErrorValue(SPropValue *pValue, HRESULT hr);
 
-// Moves the values of an array of OEAllocValueArray into one packed block and frees the array (szLabel as for
-// OEFreeValueArray). Null if memory runs out; the array is freed then too.
-SPropValue *OEPackValueArray(SPropValue *lpProps, const char *szLabel);
+// Moves the values of an array of OEAllocValueArray into one packed block from chunks and frees the array
+// (szLabel as for OEFreeValueArray). The texts of the values whose tags fnShared names are shared ones where
+// memory allows. Null if memory runs out; the array is freed then too.
+SPropValue *OEPackValueArray(SPropValue *lpProps, const char *szLabel, COEValueChunks &chunks,
+                             bool (*fnShared)(ULONG ulTag));
+
+// Frees a block of OEPackValueArray and lets go of its shared texts; null is ignored. chunks: those it was packed
+// into, which then take its room back if it was the last block (null: the block is freed alone).
+void OEFreePackedValues(SPropValue *lpProps, COEValueChunks *pChunks);

@@ -421,15 +421,15 @@ TEST_F(ItemPropsTest, ValuesAndTheirTextsAreOneBlock) {
     TestItem item(TextMessage(kHeaders, "x\n"));
     auto values = Read(item, {PR_OE_SUBJECT, PR_OE_SIZE, PR_ENTRYID, PR_OE_BODY, PR_OE_MESSAGE_ID});
     ASSERT_EQ(values->m_cValues, 5u);
-    // Packed: the texts and buffers follow the values, in order, each right behind the one before.
+    // Packed: the texts and buffers follow the values, in order, each right behind the one before; the subject,
+    // which many messages share, is kept apart.
     auto *pNext = reinterpret_cast<const BYTE *>(values->m_pProps + values->m_cValues);
-    EXPECT_EQ(reinterpret_cast<const BYTE *>((*values)[0].Value.lpszA), pNext);
-    pNext += std::strlen((*values)[0].Value.lpszA) + 1;
     EXPECT_EQ((*values)[2].Value.bin.lpb, pNext);
     pNext += (*values)[2].Value.bin.cb;
     EXPECT_EQ(reinterpret_cast<const BYTE *>((*values)[3].Value.lpszA), pNext);
     pNext += std::strlen((*values)[3].Value.lpszA) + 1;
     EXPECT_EQ(reinterpret_cast<const BYTE *>((*values)[4].Value.lpszA), pNext);
+    EXPECT_FALSE(COEValueChunks::InChunkOf(values->m_pProps, (*values)[0].Value.lpszA));
     EXPECT_EQ(Text((*values)[0]), "Hello there");
     EXPECT_EQ(Text((*values)[3]), "x\n");
     EXPECT_EQ(Text((*values)[4]), "<m1@example.org>");
@@ -467,7 +467,8 @@ TEST(ValueArrayTest, PackKeepsEveryValueAndCopiesTextsAndBuffers) {
     std::memcpy(pProps[3].Value.bin.lpb, "\x01\0\x02", 3);
     pProps[4].ulPropTag = PR_OE_SIZE;
     pProps[4].Value.ul = 1234;
-    SPropValue *pPacked = OEPackValueArray(pProps, "Label");
+    COEValueChunks chunks;
+    SPropValue *pPacked = OEPackValueArray(pProps, "Label", chunks, [](ULONG) { return false; });
     ASSERT_NE(pPacked, nullptr);
     EXPECT_EQ(pPacked[0].ulPropTag, PR_OE_SUBJECT);
     EXPECT_STREQ(pPacked[0].Value.lpszA, "abc");
@@ -478,7 +479,66 @@ TEST(ValueArrayTest, PackKeepsEveryValueAndCopiesTextsAndBuffers) {
     EXPECT_EQ(std::memcmp(pPacked[3].Value.bin.lpb, "\x01\0\x02", 3), 0);
     EXPECT_EQ(pPacked[4].Value.ul, 1234u);
     EXPECT_TRUE(Logged(log).empty());
-    std::free(pPacked); // the whole array: the sanitizers see any text left behind or freed twice
+    OEFreePackedValues(pPacked, &chunks); // the sanitizers see any text left behind or freed twice
+}
+
+// A packed array of one subject and one message id, each a fresh heap text as a read gives it.
+SPropValue *PackSubjectAndId(COEValueChunks &chunks, const char *pszSubject, const char *pszId) {
+    SPropValue *pProps = OEAllocValueArray(2);
+    pProps[0].ulPropTag = PR_OE_SUBJECT;
+    pProps[0].Value.lpszA = strdup(pszSubject);
+    pProps[1].ulPropTag = PR_OE_MESSAGE_ID;
+    pProps[1].Value.lpszA = strdup(pszId);
+    return OEPackValueArray(pProps, "Label", chunks, [](ULONG ulTag) { return ulTag == PR_OE_SUBJECT; });
+}
+
+TEST(ValueArrayTest, PackSharesTheNamedTextsAloneAndFreesInAnyOrder) {
+    COEValueChunks chunks;
+    SPropValue *pFirst = PackSubjectAndId(chunks, "Same subject", "<1@x>");
+    SPropValue *pSecond = PackSubjectAndId(chunks, "Same subject", "<1@x>");
+    SPropValue *pOther = PackSubjectAndId(chunks, "Other subject", "<2@x>");
+    ASSERT_TRUE(pFirst && pSecond && pOther);
+    EXPECT_EQ(pFirst[0].Value.lpszA, pSecond[0].Value.lpszA);
+    EXPECT_NE(pFirst[1].Value.lpszA, pSecond[1].Value.lpszA);
+    EXPECT_STREQ(pOther[0].Value.lpszA, "Other subject");
+    OEFreePackedValues(pFirst, &chunks);
+    EXPECT_STREQ(pSecond[0].Value.lpszA, "Same subject");
+    EXPECT_STREQ(pSecond[1].Value.lpszA, "<1@x>");
+    OEFreePackedValues(pSecond, &chunks);
+    SPropValue *pAgain = PackSubjectAndId(chunks, "Same subject", "<3@x>");
+    ASSERT_NE(pAgain, nullptr);
+    EXPECT_STREQ(pAgain[0].Value.lpszA, "Same subject");
+    OEFreePackedValues(pAgain, &chunks);
+    OEFreePackedValues(pOther, &chunks);
+    OEFreePackedValues(nullptr, &chunks);
+}
+
+TEST(ValueArrayTest, PackedValuesOutliveTheirChunksObject) {
+    SPropValue *pKept = nullptr;
+    {
+        COEValueChunks chunks;
+        pKept = PackSubjectAndId(chunks, "Kept", "<kept@x>");
+    }
+    ASSERT_NE(pKept, nullptr);
+    EXPECT_STREQ(pKept[0].Value.lpszA, "Kept");
+    EXPECT_STREQ(pKept[1].Value.lpszA, "<kept@x>");
+    OEFreePackedValues(pKept, nullptr);
+}
+
+TEST_F(ItemPropsTest, AReadOfSeveralValuesSharesARepeatedSubjectAReadOfOneDoesNot) {
+    TestItem first(TextMessage("Subject: Weekly report\nMessage-ID: <a@x>\n", "one\n"));
+    TestItem second(TextMessage("Subject: Weekly report\nMessage-ID: <b@x>\n", "two\n"));
+    auto valuesFirst = Read(first, {PR_OE_SUBJECT, PR_OE_MESSAGE_ID});
+    auto valuesSecond = Read(second, {PR_OE_SUBJECT, PR_OE_MESSAGE_ID});
+    ASSERT_EQ(valuesFirst->m_hr, S_OK);
+    ASSERT_EQ(valuesSecond->m_hr, S_OK);
+    EXPECT_EQ(valuesFirst->m_pProps[0].Value.lpszA, valuesSecond->m_pProps[0].Value.lpszA);
+    EXPECT_EQ(Text((*valuesSecond)[1]), "<b@x>");
+    auto single = Read(second, {PR_OE_SUBJECT});
+    ASSERT_EQ(single->m_hr, S_OK);
+    EXPECT_NE(single->m_pProps[0].Value.lpszA, valuesFirst->m_pProps[0].Value.lpszA);
+    single->m_pProps[0].Value.lpszA[0] = 'w'; // the caller's own text
+    EXPECT_EQ(Text((*valuesFirst)[0]), "Weekly report");
 }
 
 } // namespace

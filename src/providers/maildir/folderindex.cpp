@@ -60,25 +60,22 @@ HRESULT CFolderIndex::Pass(const std::string &strText, CUidList &list, bool &bCh
 
 void CFolderIndex::BuildView(CUidList &list) {
     const std::vector<UidEntry> &entries = list.Entries();
+    auto view = std::make_shared<MessageList>();
     size_t nKept = 0, cbNames = 0;
     for (size_t i = 0; i < m_files.size(); ++i) {
         if (m_index[i] == SIZE_MAX) continue; // a second file under a unique name in use
         ++nKept;
-        cbNames += m_files[i].strName.size() + 1;
+        cbNames += view->names.EncodedSize(m_files[i].strName);
     }
-    auto view = std::make_shared<MessageList>();
     view->messages.reserve(nKept);
-    view->names = std::make_unique_for_overwrite<char[]>(cbNames);
-    char *pszName = view->names.get();
+    view->names.Reserve(cbNames);
     for (size_t i = 0; i < m_files.size(); ++i) {
         if (m_index[i] == SIZE_MAX) continue;
         const UidEntry &e = entries[m_index[i]];
         const std::string &strName = m_files[i].strName;
         DWORD dwState = (StateFromFlags(SplitMaildirName(strName).svFlags) & kNameStateBits) |
                         (e.dwExtra & ~kNameStateBits);
-        std::memcpy(pszName, strName.c_str(), strName.size() + 1);
-        view->messages.push_back(IndexedMessage{pszName, e.id, dwState, m_files[i].bNew});
-        pszName += strName.size() + 1;
+        view->messages.push_back(IndexedMessage{view->names.Add(strName), e.id, dwState, m_files[i].bNew});
     }
     std::sort(view->messages.begin(), view->messages.end(),
               [](const IndexedMessage &a, const IndexedMessage &b) { return a.id < b.id; });
@@ -87,6 +84,12 @@ void CFolderIndex::BuildView(CUidList &list) {
     // every name for as long as the folder is open.
     std::vector<MessageFile>().swap(m_files);
     std::vector<size_t>().swap(m_index);
+}
+
+std::string CFolderIndex::PathOf(const MessageList &list, const IndexedMessage &msg) const {
+    std::string strPath = m_strDir + (msg.bNew ? "/new/" : "/cur/");
+    list.names.AppendName(strPath, msg.nName);
+    return strPath;
 }
 
 CFolderIndex::FolderSig CFolderIndex::TakeSig() const {

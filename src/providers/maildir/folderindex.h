@@ -11,23 +11,26 @@
 #include <vector>
 
 #include "providers/maildir/folderfiles.h"
+#include "providers/maildir/packednames.h"
 #include "providers/maildir/uidlist.h"
 
-// A message as a view keeps it, where its file is now included: 16 bytes, since a view holds every message of its
+// A message as a view keeps it, where its file is now included: 12 bytes, since a view holds every message of its
 // folder for as long as the folder is open. The state bits fit in 31 bits (MSG_ALLSTATES).
 struct IndexedMessage {
-    const char *pszName; // file name in its subdirectory, in the view's buffer of names
+    uint32_t nName;     // file name in its subdirectory: its place in the view's names
     MESSAGEID id;
-    DWORD dwState : 31;  // from the file name and the uid list
-    DWORD bNew : 1;      // in new/ rather than cur/
+    DWORD dwState : 31; // from the file name and the uid list
+    DWORD bNew : 1;     // in new/ rather than cur/
 };
-static_assert(sizeof(IndexedMessage) == 16);
+static_assert(sizeof(IndexedMessage) == 12);
 
 // The messages of one reading. A view lives as long as the folder is open (a whole scan, for a scan), so the
-// names share one buffer rather than taking one allocation each.
+// names are packed rather than taking one allocation each.
 struct MessageList {
     std::vector<IndexedMessage> messages; // ascending ids
-    std::unique_ptr<char[]> names;        // the files' names, each zero-terminated
+    CPackedNames names;
+
+    std::string NameOf(const IndexedMessage &msg) const { return names.Name(msg.nName); }
 };
 using MessageView = std::shared_ptr<const MessageList>;
 
@@ -51,9 +54,10 @@ public:
     const MessageView &View() const { return m_view; }
     const IndexedMessage *Find(MESSAGEID id) const;
 
-    std::string PathOf(const IndexedMessage &msg) const {
-        return MessagePath(m_strDir, msg.pszName, msg.bNew);
-    }
+    // The path and name of a message of list, or of the current view.
+    std::string PathOf(const MessageList &list, const IndexedMessage &msg) const;
+    std::string PathOf(const IndexedMessage &msg) const { return PathOf(*m_view, msg); }
+    std::string NameOf(const IndexedMessage &msg) const { return m_view->NameOf(msg); }
     std::string UidListPath() const { return m_strDir + "/tessel-uidlist"; }
 
 private:

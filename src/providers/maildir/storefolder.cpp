@@ -182,7 +182,7 @@ HRESULT CStoreFolder::GetNextMessage(HENUMSTORE hEnum, DWORD dwFlags, MESSAGEPRO
 
 void CStoreFolder::ReadAheadOf(const MessageView &view, size_t nPos, size_t *pnAhead) {
     size_t nEnd = std::min(view->messages.size(), nPos + kReadAhead);
-    for (size_t i = std::max(*pnAhead, nPos); i < nEnd; i++) ReadAhead(m_index.PathOf(view->messages[i]));
+    for (size_t i = std::max(*pnAhead, nPos); i < nEnd; i++) ReadAhead(m_index.PathOf(*view, view->messages[i]));
     *pnAhead = std::max(*pnAhead, nEnd);
 }
 
@@ -364,9 +364,10 @@ HRESULT CStoreFolder::SetFlags(MESSAGEIDLIST *pMsgIdList, DWORD dwState, DWORD d
         DWORD dwNew = 0;
         HRESULT hr = WithMessage(pMsgIdList->prgdwMsgId[i], [&](const IndexedMessage &msg, const std::string &strPath) {
             dwNew = (msg.dwState & ~dwStatemask) | (dwState & dwStatemask);
-            if ((dwNew ^ msg.dwState) & ~kNameStateBits) extras[UniqueOf(msg.pszName)] = dwNew;
+            if ((dwNew ^ msg.dwState) & ~kNameStateBits) extras[UniqueOf(m_index.NameOf(msg))] = dwNew;
             if (!((dwNew ^ msg.dwState) & kNameStateBits)) return S_OK;
-            MaildirName name = SplitMaildirName(msg.pszName);
+            std::string strName = m_index.NameOf(msg);
+            MaildirName name = SplitMaildirName(strName);
             std::string strTarget = m_strDir + "/cur/" + std::string(name.svUnique) + ":2," +
                                     FlagsFromState(name.svFlags, dwNew);
             return RenameNoReplace(strPath, strTarget);
@@ -390,7 +391,7 @@ HRESULT CStoreFolder::MoveMessagesTo(CStoreFolder &dest, const MESSAGEIDLIST &li
     for (DWORD i = 0; i < list.cMsgs; ++i) {
         HRESULT hr = WithMessage(list.prgdwMsgId[i], [&](const IndexedMessage &msg, const std::string &strPath) {
             std::string strSub = msg.bNew ? "/new/" : "/cur/";
-            std::string strName = msg.pszName;
+            std::string strName = m_index.NameOf(msg);
             HRESULT hrMove = STG_E_FILEALREADYEXISTS;
             if (!taken.count(UniqueOf(strName))) hrMove = RenameNoReplace(strPath, dest.m_strDir + strSub + strName);
             if (hrMove == STG_E_FILEALREADYEXISTS) { // the name is taken there: the message gets a new one
