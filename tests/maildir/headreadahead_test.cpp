@@ -13,11 +13,12 @@ namespace {
 
 namespace fs = std::filesystem;
 
-// Asks for strPath until a Take gives its bytes (the worker may not have begun it at a Take); false if it never does.
+// Takes strPath, asking for it again while a Take gives nothing (the worker may not have begun it at a Take);
+// false if it never does. It asks only after a failed Take, so no second slot for strPath is left behind.
 bool TakeSoon(CHeadReadAhead &ahead, const std::string &strPath, std::string &strOut, bool *pbWhole) {
     for (int i = 0; i < 5000; ++i) {
-        ahead.Ask({strPath});
         if (ahead.Take(strPath, strOut, pbWhole)) return true;
+        ahead.Ask({strPath});
         std::this_thread::sleep_for(std::chrono::milliseconds(1));
     }
     return false;
