@@ -15,6 +15,7 @@
 #include "oestore/oelib.h"
 #include "oestore/oetags.h"
 #include "support/log_capture.h"
+#include "support/oe_inbox.h"
 #include "support/paths.h"
 #include "tessel.h"
 
@@ -74,17 +75,7 @@ protected:
         CreateTessel(&m_pLib);
         ASSERT_NE(m_pLib, nullptr);
         ASSERT_NE(OEInit(m_pLib, nullptr, 0), 0);
-        OEFolders *pFolders = nullptr;
-        OEGetFolders(m_pLib, &pFolders);
-        ASSERT_NE(pFolders, nullptr);
-        std::string strInbox;
-        for (ULONG i = 0; i < pFolders->cFolders; ++i)
-            if (std::string(pFolders->pFolders[i].szName) == "Inbox") strInbox = pFolders->pFolders[i].szEntry;
-        OEFreeFolders(m_pLib, pFolders);
-        OEItems *pItems = nullptr;
-        ASSERT_EQ(OEGetItems(m_pLib, &pItems, strInbox.c_str(), 1, nullptr, 0, 0), 0);
-        for (ULONG i = 0; i < pItems->cItems; ++i) m_rgEntries.push_back(pItems->pItems[i].szEntry);
-        OEFreeItems(m_pLib, pItems);
+        m_rgEntries = testsupport::InboxEntries(m_pLib);
         ASSERT_EQ(m_rgEntries.size(), static_cast<size_t>(kMessages));
     }
     void TearDown() override {
