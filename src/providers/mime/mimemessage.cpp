@@ -13,7 +13,7 @@
 #include "providers/mime/headertable.h"
 #include "providers/mime/messagelater.h"
 #include "providers/mime/mimebody.h"
-#include "providers/mime/plaintype.h"
+#include "providers/mime/plainasis.h"
 
 namespace {
 
@@ -443,53 +443,20 @@ HRESULT CMimeMessage::GetTextBody(DWORD dwTxtType, ENCODINGTYPE, IStream **ppStr
     return S_OK;
 }
 
-namespace {
-
-std::string_view Trimmed(std::string_view sv) {
-    while (!sv.empty() && g_ascii_isspace(sv.front())) sv.remove_prefix(1);
-    while (!sv.empty() && g_ascii_isspace(sv.back())) sv.remove_suffix(1);
-    return sv;
-}
-
-bool IsOneOf(std::string_view sv, std::initializer_list<const char *> rgNames) {
-    for (const char *pszName : rgNames)
-        if (MimeEqualNoCase(sv, pszName)) return true;
-    return false;
-}
-
-size_t CountFields(const CMimeHeaderIndex &index, std::string_view svName) {
-    size_t n = 0;
-    for (const CMimeHeaderIndex::Field &field : index.Fields())
-        if (MimeEqualNoCase(field.svName, svName)) ++n;
-    return n;
-}
-
-} // namespace
-
 bool CMimeMessage::PlainBodyAsIs(std::string_view *psvBody) {
-    // Only an unparsed, unedited message of one text/plain part, whose body GMime would hand out byte for byte:
-    // no transfer encoding, text that is already UTF-8 and holds no NUL. Anything else goes through GMime.
+    // Only an unparsed, unedited message whose plain body GMime would hand out byte for byte: one text/plain part,
+    // or the first part of a multipart/mixed, with no transfer encoding and text that is already UTF-8 and holds
+    // no NUL. Anything else goes through GMime.
     if (m_pMessage || m_bDirty || !m_index.Valid() || m_index.Fields().empty()) return false;
-    if (m_nPlainBodyAt == kNotAsked) m_nPlainBodyAt = FindPlainBodyAsIs();
+    if (m_nPlainBodyAt == kNotAsked) {
+        size_t nBody = MimeHeaderBlockEnd(m_strSource);
+        std::string_view svPlain = MimeFindPlainBodyAsIs(m_index, std::string_view(m_strSource).substr(nBody));
+        m_nPlainBodyAt = svPlain.data() ? static_cast<size_t>(svPlain.data() - m_strSource.data()) : std::string::npos;
+        m_cbPlainBody = svPlain.size();
+    }
     if (m_nPlainBodyAt == std::string::npos) return false;
-    *psvBody = std::string_view(m_strSource).substr(m_nPlainBodyAt);
+    *psvBody = std::string_view(m_strSource).substr(m_nPlainBodyAt, m_cbPlainBody);
     return true;
-}
-
-size_t CMimeMessage::FindPlainBodyAsIs() const {
-    constexpr size_t npos = std::string::npos;
-    // Without a Content-Type the body is GMime's default, text/plain without a charset.
-    size_t cTypes = CountFields(m_index, "Content-Type");
-    if (cTypes > 1 || CountFields(m_index, "Content-Transfer-Encoding") > 1 || m_index.Find("Content-Disposition"))
-        return npos;
-    if (cTypes == 1 && !MimeIsPlainUtf8Type(m_index.Find("Content-Type")->svValue)) return npos;
-    if (const CMimeHeaderIndex::Field *pEncoding = m_index.Find("Content-Transfer-Encoding");
-        pEncoding && !IsOneOf(Trimmed(pEncoding->svValue), {"7bit", "8bit", "binary"}))
-        return npos;
-    size_t nBody = MimeHeaderBlockEnd(m_strSource);
-    std::string_view svBody = std::string_view(m_strSource).substr(nBody);
-    if (svBody.empty() || !MimeIsUtf8(svBody)) return npos;
-    return nBody;
 }
 
 HRESULT CMimeMessage::GetAttachments(ULONG *pcAttach, LPHBODY *pprghAttach) {

@@ -88,7 +88,6 @@ private:
     // The plain body of a simple message straight from the source, where that is what GMime would give; false
     // where only a parse can tell.
     bool PlainBodyAsIs(std::string_view *psvBody);
-    size_t FindPlainBodyAsIs() const;
     // What Save writes.
     HRESULT Serialize(std::string &strOut);
     // Notes an edit: of the named header of the top body, or (scope without message) of the tree.
@@ -115,7 +114,9 @@ private:
     bool m_bTreeEdited = false; // bodies or their headers changed: GMime writes the whole message
     bool m_bHeaderless = false; // the source had no header block: all of it is the body
     bool m_bCrLf = false;
-    // Where the plain body starts in m_strSource if PlainBodyAsIs holds, npos if it does not, unset until asked.
+    // Where the plain body starts in m_strSource if PlainBodyAsIs holds, npos if it does not, unset until asked;
+    // and its length.
     static constexpr size_t kNotAsked = static_cast<size_t>(-2);
     size_t m_nPlainBodyAt = kNotAsked;
+    size_t m_cbPlainBody = 0;
 };

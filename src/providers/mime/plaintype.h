@@ -6,4 +6,5 @@
 #include <string_view>
 
 // text/plain with no charset or one of utf-8, utf8, us-ascii (in any case), as g_mime_content_type_parse reads it.
-bool MimeIsPlainUtf8Type(std::string_view svValue);
+// bUnnamed: and without a name parameter, which makes a text part inside a multipart a file rather than the body.
+bool MimeIsPlainUtf8Type(std::string_view svValue, bool bUnnamed = false);
