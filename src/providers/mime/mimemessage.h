@@ -85,8 +85,8 @@ private:
     // The top part of the tree, or null for a message without a body.
     GMimeObject *TopPart();
     HBODY HandleOf(GMimeObject *pPart);
-    // The plain body of a simple message straight from the source, where that is what GMime would give; false
-    // where only a parse can tell.
+    // The plain body straight from the source (of a simple message, or the first part of a multipart/mixed),
+    // where that is what GMime would give; false where only a parse can tell.
     bool PlainBodyAsIs(std::string_view *psvBody);
     // What Save writes.
     HRESULT Serialize(std::string &strOut);
