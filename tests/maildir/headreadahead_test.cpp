@@ -1,12 +1,14 @@
-// The read-ahead of header blocks on its own: what Take gives, what it drops.
+// The read-ahead of message files on its own: what Take gives, what it drops, what it leaves to the caller.
 #include <gtest/gtest.h>
 
 #include <chrono>
+#include <map>
 #include <thread>
 
 #include "providers/maildir/headreadahead.h"
 #include "providers/mime/fileio.h"
 #include "support/file_text.h"
+#include "support/file_watch.h"
 #include "support/paths.h"
 
 namespace {
@@ -54,6 +56,70 @@ TEST_F(HeadReadAheadTest, TakeGivesWhatAHeaderReadOfTheFileGives) {
         EXPECT_EQ(strGot, strWant) << strPath;
         EXPECT_EQ(bGotWhole, bWantWhole) << strPath;
     }
+}
+
+TEST_F(HeadReadAheadTest, InWholeReadsTakeGivesWhatAWholeReadOfTheFileGives) {
+    std::vector<std::string> paths = {
+        File("plain", "Subject: a\n\nbody\n" + std::string(100000, 'b')),
+        File("short", "Subject: no body, no blank line\n"),
+        File("crlf", "Subject: d\r\n\r\nbody\r\n"),
+        File("empty", ""),
+    };
+    CHeadReadAhead ahead;
+    ahead.ReadWhole(true);
+    for (const std::string &strPath : paths) {
+        std::string strWant, strGot = "left over";
+        bool bGotWhole = false;
+        ASSERT_EQ(MimeReadFile(strPath.c_str(), strWant), S_OK);
+        ASSERT_TRUE(TakeSoon(ahead, strPath, strGot, &bGotWhole)) << strPath;
+        EXPECT_EQ(strGot, strWant) << strPath;
+        EXPECT_TRUE(bGotWhole) << strPath;
+    }
+}
+
+TEST_F(HeadReadAheadTest, TheModeHoldsForTheFilesReadAfterIt) {
+    std::string strBody = "Subject: a\n\n" + std::string(50000, 'b');
+    std::string strA = File("a", strBody), strB = File("b", strBody), strC = File("c", strBody);
+    CHeadReadAhead ahead;
+    std::string strOut, strHead;
+    bool bWhole = false;
+    ahead.ReadWhole(true);
+    ASSERT_TRUE(TakeSoon(ahead, strA, strOut, &bWhole));
+    EXPECT_TRUE(bWhole);
+    EXPECT_EQ(strOut, strBody);
+    ahead.ReadWhole(false);
+    ASSERT_TRUE(TakeSoon(ahead, strB, strOut, &bWhole));
+    EXPECT_FALSE(bWhole);
+    ASSERT_EQ(MimeReadFileHead(strB.c_str(), strHead, &bWhole), S_OK);
+    EXPECT_EQ(strOut, strHead);
+    ahead.ReadWhole(true);
+    ASSERT_TRUE(TakeSoon(ahead, strC, strOut, &bWhole));
+    EXPECT_TRUE(bWhole);
+    EXPECT_EQ(strOut, strBody);
+}
+
+TEST_F(HeadReadAheadTest, AWholeFileThatWouldTakeTheBytesHeldBeyondTheBoundIsLeftToTheCaller) {
+    const std::string strMeg(1500000, 'm');
+    std::string strA = File("a", strMeg), strB = File("b", strMeg), strC = File("c", strMeg);
+    std::string strHuge = File("huge", std::string(5 << 20, 'h')), strSmall = File("small", "Subject: s\n\n");
+    testsupport::CFileWatch watch(m_temp.path());
+    ASSERT_TRUE(watch.Valid());
+    CHeadReadAhead ahead;
+    ahead.ReadWhole(true);
+    ahead.Ask({strA, strB, strC, strHuge, strSmall});
+    // The worker reads in the order asked: once it opened the last file it has done with the others.
+    std::map<std::string, int> counts;
+    ASSERT_TRUE(watch.WaitForOpen("small", counts));
+    EXPECT_EQ(counts, (std::map<std::string, int>{{"a", 1}, {"b", 1}, {"small", 1}}));
+    std::string strOut;
+    bool bWhole = false;
+    EXPECT_TRUE(ahead.Take(strA, strOut, &bWhole));
+    EXPECT_EQ(strOut, strMeg);
+    EXPECT_TRUE(ahead.Take(strB, strOut, &bWhole));
+    EXPECT_FALSE(ahead.Take(strC, strOut, &bWhole)); // it would have held 4.5 MB
+    EXPECT_FALSE(ahead.Take(strHuge, strOut, &bWhole));
+    EXPECT_TRUE(ahead.Take(strSmall, strOut, &bWhole));
+    EXPECT_EQ(strOut, "Subject: s\n\n");
 }
 
 TEST_F(HeadReadAheadTest, TheFilesAskedBeforeTheTakenOneAreDropped) {

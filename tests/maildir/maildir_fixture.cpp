@@ -6,6 +6,7 @@
 
 #include "log/log.h"
 #include "platform/cocreate.h"
+#include "platform/mimeole.h"
 
 namespace maildirtest {
 
@@ -16,6 +17,26 @@ std::string Message(const std::string &strSubject, const std::string &strBody, c
            "Date: Tue, 03 Mar 2020 10:20:30 +0000\n" + strExtraHeaders +
            "Message-ID: <" + strSubject + "@example.org>\n"
            "\n" + strBody;
+}
+
+HRESULT GetSubject(IMimeMessage *pMessage, std::string &strOut) {
+    PROPVARIANT value{};
+    value.vt = VT_LPSTR;
+    HRESULT hr = pMessage->GetProp("Subject", 0, &value);
+    if (hr != S_OK) return hr;
+    strOut = value.pszVal ? value.pszVal : "";
+    IMimeAllocator *pAllocator = nullptr;
+    if (CoCreateInstance(CLSID_IMimeAllocator, nullptr, 1, IID_IMimeAllocator,
+                         reinterpret_cast<void **>(&pAllocator)) == S_OK) {
+        pAllocator->PropVariantClear(&value);
+        pAllocator->Release();
+    }
+    return S_OK;
+}
+
+std::string Subject(IMimeMessage *pMessage) {
+    std::string str;
+    return GetSubject(pMessage, str) == S_OK ? str : "<none>";
 }
 
 void MaildirTest::SetUp() {

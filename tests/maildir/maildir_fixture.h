@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "platform/mimeole.h"
 #include "platform/msgstore.h"
 #include "support/file_text.h"
 #include "support/maildir_files.h"
@@ -19,6 +20,11 @@ namespace fs = std::filesystem;
 // A small message with the given subject, and a body that makes it unique.
 std::string Message(const std::string &strSubject, const std::string &strBody = "body\n",
                     const std::string &strExtraHeaders = "");
+
+// The message's subject in strOut, and the result of its GetProp.
+HRESULT GetSubject(IMimeMessage *pMessage, std::string &strOut);
+// The message's subject, or "<none>" when it has none.
+std::string Subject(IMimeMessage *pMessage);
 
 using testsupport::MakeMaildir;
 using testsupport::MessageFiles;

@@ -13,27 +13,6 @@ namespace {
 
 using MimeStoreTest = MaildirTest;
 
-// The message's subject in strOut, and the result of its GetProp.
-HRESULT GetSubject(IMimeMessage *pMessage, std::string &strOut) {
-    PROPVARIANT value{};
-    value.vt = VT_LPSTR;
-    HRESULT hr = pMessage->GetProp("Subject", 0, &value);
-    if (hr != S_OK) return hr;
-    strOut = value.pszVal ? value.pszVal : "";
-    IMimeAllocator *pAllocator = nullptr;
-    if (CoCreateInstance(CLSID_IMimeAllocator, nullptr, 1, IID_IMimeAllocator,
-                         reinterpret_cast<void **>(&pAllocator)) == S_OK) {
-        pAllocator->PropVariantClear(&value);
-        pAllocator->Release();
-    }
-    return S_OK;
-}
-
-std::string Subject(IMimeMessage *pMessage) {
-    std::string str;
-    return GetSubject(pMessage, str) == S_OK ? str : "<none>";
-}
-
 TEST_F(MimeStoreTest, OpenAsMimeMessageAndSaveItBackAsANewMessage) {
     MakeMaildir(Root());
     WriteFileText(Root() / "cur" / "1.M1P1.h:2,S", Message("parsed", "text body\n"));

@@ -1,5 +1,7 @@
 #include "providers/maildir/headreadahead.h"
 
+#include <sys/stat.h>
+
 #include <chrono>
 #include <system_error>
 
@@ -7,11 +9,20 @@
 
 namespace {
 
-// Bytes read ahead and not yet taken; the worker waits beyond them (header blocks are mostly a few kilobytes).
+// Bytes read ahead and not yet taken; the worker waits beyond them, and leaves a whole file that would take them
+// beyond to the caller.
 constexpr size_t kMaxHeld = 4 << 20;
 // How long an idle worker waits for more before it ends: a walk asks again well within it, a folder left open
 // after its walk keeps no thread.
 constexpr auto kIdleEnd = std::chrono::milliseconds(200);
+
+// The whole file at pszPath as MimeReadFile reads it, if it is at most cbRoom bytes; the size is looked at first, so
+// that a big file is not read twice (here and by the caller).
+bool ReadWholeWithin(const char *pszPath, size_t cbRoom, std::string &strOut) {
+    struct stat st {};
+    if (stat(pszPath, &st) != 0 || !S_ISREG(st.st_mode) || static_cast<uint64_t>(st.st_size) > cbRoom) return false;
+    return SUCCEEDED(MimeReadFile(pszPath, strOut)) && strOut.size() <= cbRoom; // it may have grown since
+}
 
 } // namespace
 
@@ -44,6 +55,11 @@ void CHeadReadAhead::Ask(std::vector<std::string> paths) {
         m_bRunning = false;
         DropFront(m_slots.size());
     }
+}
+
+void CHeadReadAhead::ReadWhole(bool bWhole) {
+    std::lock_guard lock(m_mutex);
+    m_bReadWhole = bWhole;
 }
 
 bool CHeadReadAhead::Take(const std::string &strPath, std::string &strOut, bool *pbWhole) {
@@ -103,10 +119,13 @@ void CHeadReadAhead::Work() {
         Slot *pSlot = &m_slots[nSeq - m_nFrontSeq];
         pSlot->state = State::Reading;
         std::string strPath = pSlot->strPath;
+        // Only this thread adds to the bytes held, so the room seen now is there when the read is done.
+        const size_t cbRoom = kMaxHeld - m_cbHeld;
+        bool bWhole = m_bReadWhole;
         lock.unlock();
         std::string strBytes;
-        bool bWhole = false;
-        bool bRead = SUCCEEDED(MimeReadFileHead(strPath.c_str(), strBytes, &bWhole));
+        bool bRead = bWhole ? ReadWholeWithin(strPath.c_str(), cbRoom, strBytes)
+                            : SUCCEEDED(MimeReadFileHead(strPath.c_str(), strBytes, &bWhole));
         lock.lock();
         if (nSeq < m_nFrontSeq) continue; // dropped meanwhile
         pSlot = &m_slots[nSeq - m_nFrontSeq];

@@ -1,6 +1,7 @@
-// The header blocks of the message files a walk through a folder opens next, read on a worker thread while the
-// caller works on the current message: the opens and reads of a scan run on the second core. The worker only
-// reads files into buffers; everything else stays on the caller's thread, which is the only one to call these.
+// The message files a walk through a folder opens next, read on a worker thread while the caller works on the
+// current message: the opens and reads of a scan run on the second core. The worker reads header blocks, or whole
+// files while the walk reads whole files. It only reads files into buffers; everything else stays on the caller's
+// thread, which is the only one to call these.
 #pragma once
 
 #include <condition_variable>
@@ -21,9 +22,14 @@ public:
     // Queues the files for the worker, in the order they will be taken. The worker starts with the first call and
     // ends once it has had nothing to do for a while.
     void Ask(std::vector<std::string> paths);
-    // The bytes MimeReadFileHead gave the worker for strPath, if it read them without failure (waiting while it is
-    // reading them); the files asked before strPath are dropped with it. False when strPath was not asked for, its
-    // read failed or had not begun: the caller reads it itself, so that failures are its own.
+    // The files the worker has not begun yet are read whole (MimeReadFile) with bWhole, else up to their header
+    // block's end (MimeReadFileHead). Header reads at first.
+    void ReadWhole(bool bWhole);
+    // The bytes the worker read for strPath, if it read them without failure (waiting while it is reading them),
+    // and in *pbWhole whether they are all of the file; the files asked before strPath are dropped with it. Bytes
+    // of a header read are as MimeReadFileHead gives them, those of a whole read as MimeReadFile does. False when
+    // strPath was not asked for, its read failed, had not begun or would have held more than the bound: the caller
+    // reads it itself, so that failures are its own.
     bool Take(const std::string &strPath, std::string &strOut, bool *pbWhole);
     // Forgets everything asked for and read.
     void Clear();
@@ -52,5 +58,6 @@ private:
     bool m_bWorkerWaits = false;
     bool m_bTakerWaits = false;
     bool m_bStop = false;
+    bool m_bReadWhole = false;        // the mode of the reads not yet begun
     std::thread m_worker;
 };

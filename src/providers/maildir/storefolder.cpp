@@ -30,8 +30,8 @@ struct MessageEnum {
 constexpr size_t kColdCheck = 16;
 // How many files ahead of the listing the disk is kept busy with, once it had to be read.
 constexpr size_t kReadAhead = 64;
-// How many header blocks ahead of a walk through the messages are read on the worker; more are asked for once it
-// has less than half of these left.
+// How many files ahead of a walk through the messages are read on the worker; more are asked for once it has less
+// than half of these left.
 constexpr size_t kHeadsAhead = 64;
 
 // True once this thread has read from the disk since the last call; the first call only takes the count.
@@ -220,8 +220,8 @@ HRESULT CStoreFolder::OpenMessage(MESSAGEID dwMessageId, REFIID riid, void **ppv
         std::shared_ptr<CStoreFolder> pThis(this, [](CStoreFolder *p) { p->Release(); });
         return MimeOpenMessageLater(
             [pThis, dwMessageId](std::string &strOut) {
-                return pThis->WithMessage(dwMessageId, [&](const IndexedMessage &, const std::string &strPath) {
-                    return MimeReadFile(strPath.c_str(), strOut);
+                return pThis->WithMessage(dwMessageId, [&](const IndexedMessage &msg, const std::string &strPath) {
+                    return pThis->ReadWhole(msg, strPath, strOut);
                 });
             },
             reinterpret_cast<IMimeMessage **>(ppvObject),
@@ -242,6 +242,18 @@ HRESULT CStoreFolder::OpenMessage(MESSAGEID dwMessageId, REFIID riid, void **ppv
 
 HRESULT CStoreFolder::ReadHead(const IndexedMessage &msg, const std::string &strPath, std::string &strOut,
                                bool *pbWhole) {
+    if (TakeAhead(msg, strPath, false, strOut, pbWhole)) return S_OK; // a whole file is a header block too
+    return MimeReadFileHead(strPath.c_str(), strOut, pbWhole);
+}
+
+HRESULT CStoreFolder::ReadWhole(const IndexedMessage &msg, const std::string &strPath, std::string &strOut) {
+    bool bWhole = false;
+    if (TakeAhead(msg, strPath, true, strOut, &bWhole) && bWhole) return S_OK;
+    return MimeReadFile(strPath.c_str(), strOut); // the walk read header blocks when this one was read ahead
+}
+
+bool CStoreFolder::TakeAhead(const IndexedMessage &msg, const std::string &strPath, bool bWholeRead,
+                             std::string &strOut, bool *pbWhole) {
     const MessageView &view = m_index.View(); // msg is one of its messages
     if (m_headView.lock() != view) {
         m_headAhead.Clear();
@@ -253,7 +265,12 @@ HRESULT CStoreFolder::ReadHead(const IndexedMessage &msg, const std::string &str
     // A walk is a read of the message after the furthest one read so far; reads of earlier messages between
     // (a search comparing with an earlier one) don't break it.
     const bool bWalk = m_nHeadWalk != SIZE_MAX && nPos == m_nHeadWalk + 1;
-    if (m_nHeadWalk == SIZE_MAX || nPos > m_nHeadWalk) m_nHeadWalk = nPos;
+    if (m_nHeadWalk == SIZE_MAX || nPos > m_nHeadWalk) {
+        m_nHeadWalk = nPos;
+        // The files ahead are read as this one is: a scan comparing bodies reads each new message whole.
+        if (bWholeRead != m_bWalkWhole) m_headAhead.ReadWhole(bWholeRead);
+        m_bWalkWhole = bWholeRead;
+    }
     if (bWalk && m_nHeadAsked < nPos + kHeadsAhead / 2) {
         size_t nFrom = std::max(m_nHeadAsked, nPos + 1), nEnd = std::min(view->messages.size(), nPos + 1 + kHeadsAhead);
         std::vector<std::string> paths;
@@ -261,8 +278,7 @@ HRESULT CStoreFolder::ReadHead(const IndexedMessage &msg, const std::string &str
         m_headAhead.Ask(std::move(paths));
         m_nHeadAsked = std::max(m_nHeadAsked, nEnd);
     }
-    if (m_headAhead.Take(strPath, strOut, pbWhole)) return S_OK;
-    return MimeReadFileHead(strPath.c_str(), strOut, pbWhole);
+    return m_headAhead.Take(strPath, strOut, pbWhole);
 }
 
 HRESULT CStoreFolder::CreateStream(HBATCHLOCK, DWORD, IStream **ppStream, MESSAGEID *pdwMessageId) {

@@ -52,9 +52,16 @@ private:
     HRESULT WithMessage(MESSAGEID id, const std::function<HRESULT(const IndexedMessage &, const std::string &)> &fnUse,
                         bool bFile = true);
     HRESULT FillProps(const IndexedMessage &msg, DWORD dwFlags, MESSAGEPROPS *pProps);
-    // The header block of msg (at strPath) for a message object, as MimeReadFileHead reads it. Once the reads walk
-    // the folder in id order, the next messages' blocks are read ahead on a worker thread.
+    // The header block of msg (at strPath) for a message object, as MimeReadFileHead reads it, or all of the file
+    // (*pbWhole) when that was read ahead. Once the reads walk the folder in id order, the next messages' files are
+    // read ahead on a worker thread.
     HRESULT ReadHead(const IndexedMessage &msg, const std::string &strPath, std::string &strOut, bool *pbWhole);
+    // All of msg's file for a message object, as MimeReadFile reads it; read ahead as ReadHead's.
+    HRESULT ReadWhole(const IndexedMessage &msg, const std::string &strPath, std::string &strOut);
+    // The walk's part of ReadHead and ReadWhole (bWholeRead): notes the read, asks for the files ahead, and gives
+    // the bytes read ahead for strPath if there are any.
+    bool TakeAhead(const IndexedMessage &msg, const std::string &strPath, bool bWholeRead, std::string &strOut,
+                   bool *pbWhole);
     // Asks for the files of the listing from nPos on, up to a window ahead, that were not asked for yet.
     void ReadAheadOf(const MessageView &view, size_t nPos, size_t *pnAhead);
     // Gives the files now in this folder under the unique names of extras their extra state bits.
@@ -66,10 +73,11 @@ private:
     std::shared_ptr<CFolderIndex> m_pIndex;
     CFolderIndex &m_index; // *m_pIndex
     std::map<MESSAGEID, std::string> m_reserved; // CreateStream's ids and their files' unique names
-    // The read-ahead of header blocks holds bytes of one view's files: any change to the folder (through the
-    // library or seen by a refresh) makes a new view, and then it starts again.
+    // The read-ahead holds bytes of one view's files: any change to the folder (through the library or seen by a
+    // refresh) makes a new view, and then it starts again.
     std::weak_ptr<const MessageList> m_headView;
-    size_t m_nHeadWalk = SIZE_MAX;  // the furthest position in it whose header block was read
+    size_t m_nHeadWalk = SIZE_MAX;  // the furthest position in it whose file was read
     size_t m_nHeadAsked = 0;        // the files before this position were asked for
+    bool m_bWalkWhole = false;      // the read that moved the walk on last read the whole file: so do those ahead
     CHeadReadAhead m_headAhead;     // last: its worker ends before the rest goes
 };
