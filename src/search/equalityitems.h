@@ -1,5 +1,5 @@
-// CEqualItems: the elements of one equality-tree node, in order of arrival. Most nodes hold a single element, so
-// that one is kept in place and only a node with a second element allocates an array.
+// CEqualItems: a short list of plain words, such as the elements of one equality-tree node in order of arrival.
+// Most lists hold a single element, so that one is kept in place and only a second element allocates an array.
 #pragma once
 
 #include <algorithm>
@@ -36,6 +36,14 @@ public:
         if (m_nSize == m_nCapacity)
             Grow();
         Data()[m_nSize++] = element;
+    }
+
+    // Puts the element at position n, the ones from there on moving back.
+    void insert(size_t n, T element)
+    {
+        push_back(element);
+        T *pData = Data();
+        std::rotate(pData + n, pData + m_nSize - 1, pData + m_nSize);
     }
 
     // Takes out the first occurrence of the element, keeping the order of the others.
