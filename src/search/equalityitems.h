@@ -68,7 +68,8 @@ private:
 
     void Grow()
     {
-        uint32_t nCapacity = m_nCapacity > 1 ? m_nCapacity * 2 : 4;
+        // Most lists that grow at all stop at two elements: the first array holds just those.
+        uint32_t nCapacity = m_nCapacity * 2;
         T *pMany = new T[nCapacity];
         std::copy(begin(), end(), pMany);
         if (m_nCapacity > 1)
