@@ -25,6 +25,7 @@
 #include "compare/icompare.h"
 #include "search/emptysignatures.h"
 #include "search/equalitytree.h"
+#include "search/itemrank.h"
 #include "search/searchitem.h"
 #include "search/textarena.h"
 #include "tessel.h"
@@ -38,6 +39,7 @@ using SearchTree = CEqualityTree<SearchItem *, SearchItemArrival>;
 // The short-lived sorters of Build hold few items with numbers spread over the whole search: those hash.
 using SortTree = CEqualityTree<SearchItem *>;
 using ItemSet = SearchTree::ElementSet; // items ordered by address, each mapped to itself
+using EqualItems = CEqualItems<SearchItem *>;
 
 struct TagArrayDeleter {
     void operator()(SPropTagArray *p) const { std::free(p); }
@@ -116,7 +118,15 @@ public:
     // Where each accepted item is empty, by the numbers of SearchProps().
     const CEmptySignatures &EmptySignatures() const { return m_EmptySignatures; }
     const std::vector<SearchItem *> &Items() const { return m_Items; }
-    const std::map<SearchItem *, ItemSet> &Equals() const { return m_Equals; }
+    // The item's ranking numbers; all unknown, with priority 0, for an item that has none yet.
+    const ItemRank &RankOf(const SearchItem *pItem) const
+    {
+        static const ItemRank unknown;
+        return pItem->nRank == SearchItem::kNoRank ? unknown : m_Ranks[pItem->nRank];
+    }
+    // The relation of equality: symmetric, and an item is never equal to itself.
+    const EqualItems &EqualsOf(const SearchItem *pItem) const { return RankOf(pItem).Equals; } // by address
+    std::vector<SearchItem *> ItemsWithEquals() const;                                         // by address
     const std::vector<std::vector<SearchItem *>> &Groups() const { return m_Groups; }
     const SPropTagArray *InfoPropTags() const { return m_lpInfoPropTags.get(); }
     const SPropTagArray *InfoStreamTags() const { return m_lpInfoStreamTags.get(); }
@@ -135,13 +145,14 @@ private:
 
     // Original definition (originaldefinition.cpp).
     bool CalcODProps(SearchItem *pItem, HITEM hItem);
-    void TestFieldValue(SearchItem *pItem, HITEM hItem);
+    void TestFieldValue(ItemRank &rank, HITEM hItem);
     bool ContainsAllTerms(const SPropValue &value) const;
     static int32_t fnCompareOriginal(SearchItem *pItem1, SearchItem *pItem2, bool *pbAbort, void *pContext);
     static int32_t fnCompareBuildIndex(SearchItem *pItem1, SearchItem *pItem2, bool *pbAbort, void *pContext);
 
     // Groups (searchbuild.cpp).
-    std::unique_ptr<ItemSet> FindDuplicates(SearchItem *pItem);
+    std::vector<SearchItem *> FindDuplicates(SearchItem *pItem);
+    void AddEqual(SearchItem *pItem, SearchItem *pEqual);
     void CutGroups(const std::vector<SearchItem *> &order);
 
     // Changes and results (searchresults.cpp).
@@ -152,6 +163,7 @@ private:
                     uint32_t *pnFolderID) const;
 
     ULONG CmpTagCount() const;
+    ItemRank &MakeRank(SearchItem *pItem); // the item's ranking numbers, made on first use
     const char *KeepFolderID(std::string_view folderID);
 
     ICompare *m_pCompare;
@@ -160,12 +172,15 @@ private:
     // The records of the items, in one run of blocks rather than one allocation each. Only the newest can be
     // refused, so records leave from the back only; the others keep their addresses.
     std::deque<SearchItem> m_ItemStore;
+    // The equal items and ranking numbers of the items with a priority or an equal item; like the records, taken
+    // back only from the back.
+    std::deque<ItemRank> m_Ranks;
     CTextArena m_ItemIDs;                            // the items' entries
     std::set<std::string, std::less<>> m_FolderIDs;  // every folder entry once, shared by its items
     std::vector<SearchItem *> m_Items;               // the accepted items, in order of arrival
     std::vector<std::vector<SearchItem *>> m_Groups; // element 0 of each group is its original
     std::vector<BuildChange> m_Changes;
-    std::map<SearchItem *, ItemSet> m_Equals;        // symmetric; an item is never in its own set
+    std::vector<SearchItem *> m_WithEquals;          // the items with an equal item, in the order they got one
     OriginalDefinition m_OD;
     std::string m_strFieldValue;                     // lower-cased; m_OD.szValue points here when in use
     int32_t m_nProps;

@@ -1,5 +1,5 @@
-// CEqualItems: the elements of one equality-tree node, in order of arrival. Most nodes hold a single element, so
-// that one is kept in place and only a node with a second element allocates an array.
+// CEqualItems: a short list of plain words, such as the elements of one equality-tree node in order of arrival.
+// Most lists hold a single element, so that one is kept in place and only a second element allocates an array.
 #pragma once
 
 #include <algorithm>
@@ -38,6 +38,14 @@ public:
         Data()[m_nSize++] = element;
     }
 
+    // Puts the element at position n, the ones from there on moving back.
+    void insert(size_t n, T element)
+    {
+        push_back(element);
+        T *pData = Data();
+        std::rotate(pData + n, pData + m_nSize - 1, pData + m_nSize);
+    }
+
     // Takes out the first occurrence of the element, keeping the order of the others.
     void erase(T element)
     {
@@ -60,7 +68,8 @@ private:
 
     void Grow()
     {
-        uint32_t nCapacity = m_nCapacity > 1 ? m_nCapacity * 2 : 4;
+        // Most lists that grow at all stop at two elements: the first array holds just those.
+        uint32_t nCapacity = m_nCapacity * 2;
         T *pMany = new T[nCapacity];
         std::copy(begin(), end(), pMany);
         if (m_nCapacity > 1)

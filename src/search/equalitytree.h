@@ -24,23 +24,24 @@
 #include <cmath>
 #include <cstdint>
 #include <map>
+#include <memory>
 #include <type_traits>
 #include <utility>
 #include <vector>
 
 #include "search/equalityitems.h"
 #include "search/equalitynodemap.h"
+#include "search/equalitynodepool.h"
 
 // One set of equal elements. Element 0 stands for the node in every comparison.
 template <typename T> class CEqualityNode {
 public:
-    CEqualityNode(T first, CEqualityNode *pParent) : m_pParent(pParent), m_Items(first) {}
+    explicit CEqualityNode(T first) : m_Items(first) {}
     CEqualityNode(const CEqualityNode &) = delete;
     CEqualityNode &operator=(const CEqualityNode &) = delete;
 
     // The links are current once CEqualityTree::Root() has been asked; until then only those of the nodes made
-    // since the last rebuild are.
-    CEqualityNode *m_pParent;          // null at the root; nothing walks upward
+    // since the last rebuild are. There is no parent link: nothing walks upward.
     CEqualityNode *m_pLeft = nullptr;  // what compared negative
     CEqualityNode *m_pRight = nullptr; // what compared positive
     CEqualItems<T> m_Items;            // the equal elements in order of arrival; never empty inside a tree
@@ -65,7 +66,7 @@ public:
         std::vector<Node *> nodes;
         GetNodes(nodes);
         for (Node *pNode : nodes)
-            delete pNode;
+            std::destroy_at(pNode); // the pool frees their room
     }
     CEqualityTree(const CEqualityTree &) = delete;
     CEqualityTree &operator=(const CEqualityTree &) = delete;
@@ -79,19 +80,23 @@ public:
         *pbEqual = false;
         m_nLastDepth = 0;
 
-        Node *pResult = Descend(fnCompare, element, pbEqual, pContext);
-        if (pResult) {
+        uint32_t nNode = Descend(fnCompare, element, pbEqual, pContext);
+        if (nNode != kNoNode) {
             m_nItems++;
             if (!*pbEqual)
                 m_nDistinct++;
-            m_ItemNodes.Set(element, pResult);
+            m_ItemNodes.Set(element, nNode);
         }
         m_nComparisons += m_nLastDepth;
-        return pResult;
+        return nNode == kNoNode ? nullptr : m_Nodes.At(nNode);
     }
 
     // The element's node, or null; no comparator runs.
-    Node *FindNode(T element) const { return m_ItemNodes.Find(element); }
+    Node *FindNode(T element) const
+    {
+        uint32_t nNode = m_ItemNodes.Find(element);
+        return nNode == kNoNode ? nullptr : m_Nodes.At(nNode);
+    }
 
     // All elements of the element's node, itself included. False, with out untouched, if it isn't in the tree.
     bool GetEquals(T element, ElementSet &out) const
@@ -143,16 +148,17 @@ public:
     // Takes one element out. Removing a node's last element removes the node and rebuilds the whole tree.
     void Remove(T element)
     {
-        Node *pNode = FindNode(element);
-        if (!pNode)
+        uint32_t nNode = m_ItemNodes.Find(element);
+        if (nNode == kNoNode)
             return;
+        Node *pNode = m_Nodes.At(nNode);
         if (pNode->m_Items.size() == 1) {
             std::vector<Node *> nodes;
             GetNodes(nodes);
             ClearLinks(nodes);
             m_ItemNodes.Erase(element);
             nodes.erase(std::find(nodes.begin(), nodes.end(), pNode));
-            delete pNode;
+            m_Nodes.Destroy(nNode);
             m_Balanced.clear();
             for (Node *pLeft : nodes)
                 m_Balanced.push_back(pLeft->m_Items[0]);
@@ -180,7 +186,7 @@ public:
         if (m_Balanced.empty())
             return m_pRoot;
         m_bLinked = true;
-        return Link(0, static_cast<int32_t>(m_Balanced.size()) - 1, nullptr);
+        return Link(0, static_cast<int32_t>(m_Balanced.size()) - 1);
     }
     int32_t Distinct() const { return m_nDistinct; }    // inserts that found no equal element
     int32_t ItemCount() const { return m_nItems; }      // successful inserts; removals don't lower it
@@ -193,21 +199,29 @@ public:
     size_t Size() const { return m_ItemNodes.Size(); } // elements in the tree now
 
 private:
-    using NodeMap = std::conditional_t<std::is_void_v<KeyOf>, CHashNodeMap<T, Node>, CDenseNodeMap<T, Node, KeyOf>>;
+    using NodeMap = std::conditional_t<std::is_void_v<KeyOf>, CHashNodeMap<T>, CDenseNodeMap<T, KeyOf>>;
 
-    // A subtree of nodes made since the last rebuild, hanging from an empty child slot of the balanced part.
+    // A subtree of nodes made since the last rebuild, hanging from an empty child slot of the balanced part: the
+    // slot of pParent on the side bLeft tells, or m_pRoot before the first rebuild (pParent null).
     struct Gap {
-        size_t nAt;   // how many nodes of m_Balanced come before it
-        Node *pRoot;
+        Node *pParent;
+        uint32_t nAt; // how many nodes of m_Balanced come before it
+        bool bLeft;
         bool operator<(const Gap &other) const { return nAt < other.nAt; }
     };
 
-    // Down the balanced part by index ranges, then down the links of the subtree hanging where the ranges end.
-    Node *Descend(Comparator fnCompare, T element, bool *pbEqual, void *pContext)
+    Node *&GapRoot(const Gap &gap)
     {
-        Node *pParent = nullptr;
-        Node **ppSlot = &m_pRoot;
-        size_t nGap = 0;
+        if (!gap.pParent)
+            return m_pRoot;
+        return gap.bLeft ? gap.pParent->m_pLeft : gap.pParent->m_pRight;
+    }
+
+    // Down the balanced part by index ranges, then down the links of the subtree hanging where the ranges end.
+    // Returns the number of the element's node, kNoNode if the comparator aborted.
+    uint32_t Descend(Comparator fnCompare, T element, bool *pbEqual, void *pContext)
+    {
+        Gap gap{nullptr, 0, false};
         int32_t nResult = 0;
         if (!m_Balanced.empty()) {
             int32_t lo = 0, hi = static_cast<int32_t>(m_Balanced.size()) - 1;
@@ -216,40 +230,41 @@ private:
                 T first = m_Balanced[static_cast<size_t>(mid)];
                 PrefetchBelow(lo, mid, hi);
                 if (!Compare(fnCompare, element, first, pbEqual, pContext, &nResult))
-                    return nullptr;
+                    return kNoNode;
                 if (nResult == 0) {
-                    Node *pNode = BalancedNode(first);
-                    pNode->m_Items.push_back(element);
-                    return pNode;
+                    uint32_t nNode = m_ItemNodes.Find(first);
+                    m_Nodes.At(nNode)->m_Items.push_back(element);
+                    return nNode;
                 }
                 if (nResult < 0 && lo < mid) {
                     hi = mid - 1;
                 } else if (nResult > 0 && mid < hi) {
                     lo = mid + 1;
                 } else {
-                    Node *pNode = BalancedNode(first);
-                    pParent = pNode;
-                    ppSlot = nResult < 0 ? &pNode->m_pLeft : &pNode->m_pRight;
-                    nGap = static_cast<size_t>(nResult < 0 ? mid : mid + 1);
+                    gap = Gap{BalancedNode(first), static_cast<uint32_t>(nResult < 0 ? mid : mid + 1), nResult < 0};
                     break;
                 }
             }
         }
-        if (!*ppSlot) {
-            *ppSlot = new Node(element, pParent);
-            m_Gaps.push_back({nGap, *ppSlot});
-            return *ppSlot;
+        uint32_t nNew = kNoNode;
+        Node *&pGapRoot = GapRoot(gap);
+        if (!pGapRoot) {
+            pGapRoot = m_Nodes.Make(&nNew, element);
+            m_Gaps.push_back(gap);
+            return nNew;
         }
-        for (Node *pNode = *ppSlot;;) {
+        for (Node *pNode = pGapRoot;;) {
             if (!Compare(fnCompare, element, pNode->m_Items[0], pbEqual, pContext, &nResult))
-                return nullptr;
+                return kNoNode;
             if (nResult == 0) {
                 pNode->m_Items.push_back(element);
-                return pNode;
+                return m_ItemNodes.Find(pNode->m_Items[0]);
             }
             Node *&pChild = nResult < 0 ? pNode->m_pLeft : pNode->m_pRight;
-            if (!pChild)
-                return pChild = new Node(element, pNode);
+            if (!pChild) {
+                pChild = m_Nodes.Make(&nNew, element);
+                return nNew;
+            }
             pNode = pChild;
         }
     }
@@ -267,7 +282,7 @@ private:
     // The node an element of m_Balanced stands for.
     Node *BalancedNode(T first) const
     {
-        Node *pNode = m_ItemNodes.Find(first);
+        Node *pNode = FindNode(first);
         assert(pNode);
         return pNode;
     }
@@ -294,15 +309,14 @@ private:
     }
 
     // Writes the links of the balanced part over [lo, hi]; the subtrees hanging from its empty slots keep theirs.
-    Node *Link(int32_t lo, int32_t hi, Node *pParent) const
+    Node *Link(int32_t lo, int32_t hi) const
     {
         int32_t mid = (lo + hi) / 2;
         Node *pNode = BalancedNode(m_Balanced[static_cast<size_t>(mid)]);
-        pNode->m_pParent = pParent;
         if (lo < mid)
-            pNode->m_pLeft = Link(lo, mid - 1, pNode);
+            pNode->m_pLeft = Link(lo, mid - 1);
         if (mid < hi)
-            pNode->m_pRight = Link(mid + 1, hi, pNode);
+            pNode->m_pRight = Link(mid + 1, hi);
         return pNode;
     }
 
@@ -378,20 +392,21 @@ private:
     // described the hanging subtrees are cleared, since the balanced part reads a link only at an empty slot.
     void Rebalance()
     {
-        if (m_bLinked)
-            ClearBalancedLinks();
-        m_bLinked = false;
         std::sort(m_Gaps.begin(), m_Gaps.end());
         std::vector<T> added;     // the subtrees' nodes by element 0, gap after gap, each in ascending order
         std::vector<size_t> ends; // where each subtree's nodes end in added
         std::vector<Node *> nodes;
         auto collect = [&nodes](Node *pNode) { nodes.push_back(pNode); };
         for (const Gap &gap : m_Gaps) {
-            WalkFrom(gap.pRoot, false, collect);
+            Node *&pGapRoot = GapRoot(gap);
+            WalkFrom(pGapRoot, false, collect);
             ends.push_back(nodes.size());
-            if (Node *pParent = gap.pRoot->m_pParent)
-                pParent->m_pLeft = pParent->m_pRight = nullptr;
+            pGapRoot = nullptr;
         }
+        // After the gaps' roots are read: the balanced part's links, once written, cover its empty slots too.
+        if (m_bLinked)
+            ClearBalancedLinks();
+        m_bLinked = false;
         ClearLinks(nodes);
         for (Node *pNode : nodes)
             added.push_back(pNode->m_Items[0]);
@@ -424,7 +439,7 @@ private:
     int32_t m_nDistinct = 0;
     int32_t m_nItems = 0;
     int32_t m_nComparisons = 0;
-    NodeMap m_ItemNodes; // answers FindNode without a comparison
+    NodeMap m_ItemNodes; // answers FindNode without a comparison, by the node's number in m_Nodes
     int32_t m_nLastDepth = 0;
     int32_t m_nRebuilds = 0;
     double m_dEfficiency = 0.0;
@@ -433,5 +448,6 @@ private:
     double m_dEfficiencyMean = 0.0;
     std::vector<T> m_Balanced;      // element 0 of each node, nodes ascending, as of the last rebuild
     std::vector<Gap> m_Gaps;        // the hanging subtrees, in order of creation
+    CNodePool<Node> m_Nodes;        // every node of the tree lives here
     mutable bool m_bLinked = false; // Root() wrote the balanced part's links since the last rebuild
 };

@@ -56,26 +56,27 @@ bool CDuplicateSearch::CalcODProps(SearchItem *pItem, HITEM hItem)
         bOpened = true;
     }
 
-    pItem->nFilledProps = 0;
+    ItemRank &rank = MakeRank(pItem);
+    rank.nFilledProps = 0;
     ULONG nPropTags = m_lpCmpPropTags->cValues;
     ULONG *pSizes = nullptr;
     if (m_OD.nDefinition == kLargestValues) {
-        pItem->pValuesSizes.reset(new ULONG[CmpTagCount()]{});
-        pSizes = pItem->pValuesSizes.get();
+        rank.pValuesSizes.reset(new ULONG[CmpTagCount()]{});
+        pSizes = rank.pValuesSizes.get();
     }
-    AddCount(m_pCompare, hItem, m_lpCmpPropTags.get(), false, pSizes, &pItem->nFilledProps);
+    AddCount(m_pCompare, hItem, m_lpCmpPropTags.get(), false, pSizes, &rank.nFilledProps);
     AddCount(m_pCompare, hItem, m_lpCmpStreamTags.get(), true, pSizes ? pSizes + nPropTags : nullptr,
-             &pItem->nFilledProps);
-    AddCount(m_pCompare, hItem, m_lpInfoPropTags.get(), false, nullptr, &pItem->nFilledProps);
-    AddCount(m_pCompare, hItem, m_lpInfoStreamTags.get(), true, nullptr, &pItem->nFilledProps);
+             &rank.nFilledProps);
+    AddCount(m_pCompare, hItem, m_lpInfoPropTags.get(), false, nullptr, &rank.nFilledProps);
+    AddCount(m_pCompare, hItem, m_lpInfoStreamTags.get(), true, nullptr, &rank.nFilledProps);
 
-    if (m_OD.nDefinition == kLargestMessage && pItem->nMessageSize == -1) {
+    if (m_OD.nDefinition == kLargestMessage && rank.nMessageSize == -1) {
         ULONG nSize = 0;
         if (m_pCompare->GetItemSize(hItem, &nSize, 0) == S_OK)
-            pItem->nMessageSize = static_cast<int32_t>(nSize);
+            rank.nMessageSize = static_cast<int32_t>(nSize);
     }
-    if (m_OD.nDefinition == kFieldValue && pItem->nHasFieldValue == -1)
-        TestFieldValue(pItem, hItem);
+    if (m_OD.nDefinition == kFieldValue && rank.nHasFieldValue == -1)
+        TestFieldValue(rank, hItem);
 
     if (bOpened)
         CloseItem(&hItem);
@@ -85,7 +86,7 @@ bool CDuplicateSearch::CalcODProps(SearchItem *pItem, HITEM hItem)
 // Whether the item holds the wanted value in the chosen property. A value that can't be read is a fact about
 // this item (no hit); a property whose type doesn't suit the definition would fail for every item, so the whole
 // search falls back to MostFilled.
-void CDuplicateSearch::TestFieldValue(SearchItem *pItem, HITEM hItem)
+void CDuplicateSearch::TestFieldValue(ItemRank &rank, HITEM hItem)
 {
     const PropDesc &desc = m_pProps[m_OD.nField];
     const ULONG nType = PROP_TYPE(desc.Tag);
@@ -93,7 +94,7 @@ void CDuplicateSearch::TestFieldValue(SearchItem *pItem, HITEM hItem)
     bool bBad = false;
     SPropValue *lpProp = nullptr;
     void *pText = nullptr;
-    pItem->nHasFieldValue = 0;
+    rank.nHasFieldValue = 0;
 
     // Each step may end the test; the values read are given back in every case.
     [&] {
@@ -165,7 +166,7 @@ void CDuplicateSearch::TestFieldValue(SearchItem *pItem, HITEM hItem)
             break;
         }
         if (bHit)
-            pItem->nHasFieldValue = 1;
+            rank.nHasFieldValue = 1;
     }();
 
     if (lpProp)
@@ -206,10 +207,19 @@ bool CDuplicateSearch::ContainsAllTerms(const SPropValue &value) const
     return bAnyTerm;
 }
 
+ItemRank &CDuplicateSearch::MakeRank(SearchItem *pItem)
+{
+    if (pItem->nRank == SearchItem::kNoRank) {
+        pItem->nRank = static_cast<uint32_t>(m_Ranks.size());
+        m_Ranks.emplace_back();
+    }
+    return m_Ranks[pItem->nRank];
+}
+
 int32_t CDuplicateSearch::fnCompareOriginal(SearchItem *pItem1, SearchItem *pItem2, bool *pbAbort, void *pContext)
 {
     auto *pSearch = static_cast<CDuplicateSearch *>(pContext);
-    const SearchItem &a = *pItem1, &b = *pItem2;
+    const ItemRank &a = pSearch->RankOf(pItem1), &b = pSearch->RankOf(pItem2);
     if (a.nPriority != b.nPriority)
         return Sign(a.nPriority < b.nPriority);
 
@@ -228,7 +238,7 @@ int32_t CDuplicateSearch::fnCompareOriginal(SearchItem *pItem1, SearchItem *pIte
         case 3:
         case 6:
         case 7:
-            return Sign(a.nIndex < b.nIndex);
+            return Sign(pItem1->nIndex < pItem2->nIndex);
         case kLargestValues: {
             if (!a.pValuesSizes || !b.pValuesSizes) {
                 g_Log.Error(kOriginalLabel, 0, "ValuesSizes not initialized");
@@ -270,8 +280,10 @@ int32_t CDuplicateSearch::fnCompareOriginal(SearchItem *pItem1, SearchItem *pIte
 
 int32_t CDuplicateSearch::fnCompareBuildIndex(SearchItem *pItem1, SearchItem *pItem2, bool *pbAbort, void *pContext)
 {
-    if (pItem1->nBuildIndex != pItem2->nBuildIndex)
-        return Sign(pItem1->nBuildIndex < pItem2->nBuildIndex);
+    auto *pSearch = static_cast<CDuplicateSearch *>(pContext);
+    int32_t nIndex1 = pSearch->RankOf(pItem1).nBuildIndex, nIndex2 = pSearch->RankOf(pItem2).nBuildIndex;
+    if (nIndex1 != nIndex2)
+        return Sign(nIndex1 < nIndex2);
     g_Log.Error("CDuplicateSearch::fnCompareBuildIndex", 0, "Assert - equal nBuildIndexes");
     return 0;
 }

@@ -1,5 +1,8 @@
 // CDuplicateSearch::Add: reading an item's compared values, filing it in the index of every compared property,
 // recording its equal items, and the rollback of a refused item.
+#include <algorithm>
+#include <functional>
+
 #include "log/log.h"
 #include "search/duplicatesearch.h"
 
@@ -27,7 +30,8 @@ int32_t CDuplicateSearch::Add(const char *szItemID, const char *szFolderID, int3
     pItem->ItemID = m_ItemIDs.Keep(szItemID ? szItemID : "");
     pItem->FolderID = KeepFolderID(szFolderID ? szFolderID : "");
     pItem->nIndex = m_nAdded;
-    pItem->nPriority = nPriority;
+    if (nPriority != 0)
+        MakeRank(pItem).nPriority = nPriority;
 
     HITEM hItem = nullptr;
     if (OpenItem(pItem, &hItem) != S_OK || !hItem) {
@@ -46,8 +50,8 @@ int32_t CDuplicateSearch::Add(const char *szItemID, const char *szFolderID, int3
     m_Items.push_back(pItem);
     m_nAdded++;
 
-    std::unique_ptr<ItemSet> pEquals = FindDuplicates(pItem);
-    if (!pEquals) {
+    std::vector<SearchItem *> equals = FindDuplicates(pItem);
+    if (equals.empty()) {
         if (pbHasDuplicates)
             *pbHasDuplicates = 0;
         CloseItem(&hItem);
@@ -55,20 +59,31 @@ int32_t CDuplicateSearch::Add(const char *szItemID, const char *szFolderID, int3
     }
     if (pbHasDuplicates)
         *pbHasDuplicates = 1;
-    for (auto &entry : *pEquals)
-        m_Equals[entry.first].emplace(pItem, pItem);
-    ItemSet &equals = m_Equals[pItem] = std::move(*pEquals);
+    for (SearchItem *k : equals) {
+        AddEqual(k, pItem);
+        AddEqual(pItem, k);
+    }
 
     // Ranking numbers are read only for items that have something to be ranked against, and once for each.
     if (NeedsODProps(m_OD.nDefinition)) {
         CalcODProps(pItem, hItem);
-        for (auto &entry : equals) {
-            if (entry.first->nFilledProps == -1)
-                CalcODProps(entry.first, nullptr);
+        for (SearchItem *k : equals) {
+            if (RankOf(k).nFilledProps == -1)
+                CalcODProps(k, nullptr);
         }
     }
     CloseItem(&hItem);
     return 1;
+}
+
+// Files pEqual among pItem's equal items, in address order.
+void CDuplicateSearch::AddEqual(SearchItem *pItem, SearchItem *pEqual)
+{
+    EqualItems &equals = MakeRank(pItem).Equals;
+    if (equals.empty())
+        m_WithEquals.push_back(pItem);
+    auto itAt = std::upper_bound(equals.begin(), equals.end(), pEqual, std::less<SearchItem *>());
+    equals.insert(static_cast<size_t>(itAt - equals.begin()), pEqual);
 }
 
 bool CDuplicateSearch::PrepareSearchProps(HITEM hItem)
@@ -164,6 +179,9 @@ int32_t CDuplicateSearch::RefuseItem(SearchItem *pItem, HITEM *phItem)
 {
     RemoveItemFromSearch(pItem);
     ReleaseItemValues(m_pCompare, pItem);
+    // A refused item has a ranking record only for its priority, made last.
+    if (pItem->nRank != SearchItem::kNoRank)
+        m_Ranks.pop_back();
     m_ItemStore.pop_back(); // the item being added is the newest record
     if (*phItem)
         CloseItem(phItem);

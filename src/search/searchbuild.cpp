@@ -1,6 +1,7 @@
 // CDuplicateSearch: the rule of equality (FindDuplicates) and the cutting of the equality relation into groups
 // (Build).
 #include <algorithm>
+#include <functional>
 
 #include "log/log.h"
 #include "search/duplicatesearch.h"
@@ -23,7 +24,7 @@ constexpr const char *kBuildLabel = "CDuplicateSearch::Build";
 // to the tree (is k's node pItem's node?), in Z and M a bit test of k's empty signature, and M is enumerated
 // through the few signatures that cover it, so an Add costs what pItem's nodes and M hold. E and M never share
 // an item (E grows only from E and from what leaves M), so E needs no duplicate check.
-std::unique_ptr<ItemSet> CDuplicateSearch::FindDuplicates(SearchItem *pItem)
+std::vector<SearchItem *> CDuplicateSearch::FindDuplicates(SearchItem *pItem)
 {
     std::vector<SearchItem *> e;
     bool bStarted = false; // pItem had a value somewhere, so E and M exist
@@ -69,19 +70,22 @@ std::unique_ptr<ItemSet> CDuplicateSearch::FindDuplicates(SearchItem *pItem)
     }
 
     if (!bStarted)
-        return nullptr; // pItem is empty in every property
+        return {}; // pItem is empty in every property
     auto itSelf = std::find(e.begin(), e.end(), pItem);
     if (itSelf == e.end()) {
         g_Log.Error(kFindLabel, 0, "pItem not in equals!");
-        return nullptr;
+        return {};
     }
     e.erase(itSelf);
-    if (e.empty())
-        return nullptr;
-    auto pE = std::make_unique<ItemSet>();
-    for (SearchItem *k : e)
-        pE->emplace(k, k);
-    return pE;
+    std::sort(e.begin(), e.end(), std::less<SearchItem *>());
+    return e;
+}
+
+std::vector<SearchItem *> CDuplicateSearch::ItemsWithEquals() const
+{
+    std::vector<SearchItem *> items = m_WithEquals;
+    std::sort(items.begin(), items.end(), std::less<SearchItem *>());
+    return items;
 }
 
 int32_t CDuplicateSearch::Build()
@@ -90,14 +94,14 @@ int32_t CDuplicateSearch::Build()
     std::vector<SearchItem *> order;
     {
         SortTree ranking;
-        for (auto &entry : m_Equals) {
+        for (SearchItem *pItem : ItemsWithEquals()) {
             bool bEqual = false;
-            ranking.Insert(fnCompareOriginal, entry.first, &bEqual, this);
+            ranking.Insert(fnCompareOriginal, pItem, &bEqual, this);
         }
         ranking.GetItemsReverse(order);
     }
     for (size_t i = 0; i < order.size(); i++)
-        order[i]->nBuildIndex = static_cast<int32_t>(i);
+        MakeRank(order[i]).nBuildIndex = static_cast<int32_t>(i);
 
     // Put the previous groups aside, keyed by their originals, to report the differences.
     m_Changes.clear();
@@ -118,14 +122,19 @@ int32_t CDuplicateSearch::Build()
 // equality counts, so the choice of the originals decides what the groups look like.
 void CDuplicateSearch::CutGroups(const std::vector<SearchItem *> &order)
 {
-    ItemSet done;
+    std::vector<bool> done(static_cast<size_t>(m_nAdded)); // by arrival number
+    auto take = [&done](SearchItem *k) {
+        bool bTaken = done[static_cast<size_t>(k->nIndex)];
+        done[static_cast<size_t>(k->nIndex)] = true;
+        return !bTaken;
+    };
     for (SearchItem *pItem : order) {
-        auto itEquals = m_Equals.find(pItem);
-        if (itEquals == m_Equals.end()) {
+        const EqualItems &equals = EqualsOf(pItem);
+        if (equals.empty()) {
             g_Log.Assert(false, kBuildLabel, 1);
             continue;
         }
-        if (done.count(pItem))
+        if (!take(pItem))
             continue;
 
         std::vector<SearchItem *> group;
@@ -133,10 +142,8 @@ void CDuplicateSearch::CutGroups(const std::vector<SearchItem *> &order)
             SortTree members;
             bool bEqual = false;
             members.Insert(fnCompareBuildIndex, pItem, &bEqual, this);
-            done.emplace(pItem, pItem);
-            for (auto &entry : itEquals->second) {
-                SearchItem *k = entry.first;
-                if (done.emplace(k, k).second)
+            for (SearchItem *k : equals) {
+                if (take(k))
                     members.Insert(fnCompareBuildIndex, k, &bEqual, this);
             }
             members.GetItemsReverse(group);

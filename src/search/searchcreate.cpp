@@ -106,12 +106,13 @@ void CDuplicateSearch::Clear()
         ReleaseItemValues(m_pCompare, pItem);
     m_Items.clear();
     m_ItemStore.clear();
+    m_Ranks.clear();
     m_ItemIDs.Clear();
     m_FolderIDs.clear();
 
     m_Groups.clear();
     m_Changes.clear();
-    m_Equals.clear();
+    m_WithEquals.clear();
 
     m_strFieldValue.clear();
     m_OD = OriginalDefinition{};

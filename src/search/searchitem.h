@@ -2,26 +2,22 @@
 #pragma once
 
 #include <cstdint>
-#include <memory>
 
 #include "compare/icompare.h"
 
 // Kept once per item for a whole scan, so its texts are not its own: they belong to whoever made the item (the
-// search or the matrix), which keeps them in place for as long as the item lives.
+// search or the matrix), which keeps them in place for as long as the item lives. What only some items need (the
+// search's ranking numbers) is kept by the search beside the item, so the record stays small.
 struct SearchItem {
     const char *ItemID = "";                  // the item's entry as the caller gave it
     const char *FolderID = "";                // the entry of the folder that holds it, as the caller gave it
     SPropValue *lpValues = nullptr;           // plain values, owned by the store adaptor: see ReleaseItemValues
-    std::unique_ptr<ULONG[]> pValuesSizes;    // size of each compared property; only when ranking by sizes
     ULONG cValues = 0;
     int32_t nIndex = 0;                       // order of arrival (search) or row number (matrix), from 0
-    int32_t nPriority = 0;
-    int32_t nFilledProps = -1;                // non-empty properties; -1 until computed
-    int32_t nMessageSize = -1;                // the item's size as the store reports it; -1 until computed
-    int32_t nHasFieldValue = -1;              // 1 holds the wanted field value, 0 not, -1 not computed
-    int32_t nBuildIndex = 0;                  // rank at the latest build of the search
     static constexpr uint32_t kNoSignature = UINT32_MAX;
     uint32_t nEmptySignature = kNoSignature;  // the search's number for where the item is empty (emptysignatures.h)
+    static constexpr uint32_t kNoRank = UINT32_MAX;
+    uint32_t nRank = kNoRank;                 // the search's record of its ranking numbers, if it has one
 };
 
 // Gives the item's values back to the adaptor that read them.

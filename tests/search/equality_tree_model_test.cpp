@@ -157,18 +157,16 @@ private:
     std::vector<std::unique_ptr<ModelNode>> m_Owned;
 };
 
-// Same shape, same parent links, same elements in every node, and every element found in its node.
-template <typename Tree>
-bool SameTree(const Tree &tree, Node *pNode, const Node *pParent, const CModelTree::ModelNode *pModel)
+// Same shape, same elements in every node, and every element found in its node.
+template <typename Tree> bool SameTree(const Tree &tree, Node *pNode, const CModelTree::ModelNode *pModel)
 {
     if (!pNode || !pModel)
         return !pNode && !pModel;
     for (intptr_t n : pModel->items)
         if (tree.FindNode(n) != pNode)
             return false;
-    return pNode->m_pParent == pParent && pNode->m_Items == pModel->items &&
-           SameTree(tree, pNode->m_pLeft, pNode, pModel->pLeft) &&
-           SameTree(tree, pNode->m_pRight, pNode, pModel->pRight);
+    return pNode->m_Items == pModel->items && SameTree(tree, pNode->m_pLeft, pModel->pLeft) &&
+           SameTree(tree, pNode->m_pRight, pModel->pRight);
 }
 
 template <typename Tree> void ExpectSameCounters(const Tree &tree, const CModelTree &model, const std::string &strWhen)
@@ -184,7 +182,7 @@ template <typename Tree> void ExpectSameCounters(const Tree &tree, const CModelT
 
 template <typename Tree> void ExpectSame(const Tree &tree, const CModelTree &model, const std::string &strWhen)
 {
-    ASSERT_TRUE(SameTree(tree, tree.Root(), nullptr, model.Root())) << strWhen;
+    ASSERT_TRUE(SameTree(tree, tree.Root(), model.Root())) << strWhen;
     ExpectSameCounters(tree, model, strWhen);
 }
 

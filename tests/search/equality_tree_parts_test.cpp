@@ -1,15 +1,17 @@
-// The parts an equality tree is made of: a node's element list, the lookup of an element's node by its number,
-// and the search's index, which numbers its items by arrival.
+// The parts an equality tree is made of: a node's element list, the pool its nodes live in, the lookup of an
+// element's node by its number, and the search's index, which numbers its items by arrival.
 #include <gtest/gtest.h>
 
 #include <algorithm>
 #include <cstdint>
 #include <memory>
+#include <set>
 #include <vector>
 
 #include "search/duplicatesearch.h"
 #include "search/equalityitems.h"
 #include "search/equalitynodemap.h"
+#include "search/equalitynodepool.h"
 #include "search/equalitytree.h"
 
 namespace {
@@ -56,30 +58,76 @@ TEST(EqualItemsTest, ASingleElementCanBeErasedAndAddedAgain)
     EXPECT_EQ(Listed(items), (std::vector<intptr_t>{6, 7}));
 }
 
+TEST(EqualItemsTest, InsertPutsAnElementAnywhere)
+{
+    CEqualItems<intptr_t> items;
+    items.insert(0, 5);                    // into an empty list: kept in place
+    items.insert(0, 3);                    // before the one in place: the list moves out
+    items.insert(2, 9);                    // at the end
+    items.insert(1, 4);                    // in the middle
+    for (intptr_t n : {6, 7, 8})
+        items.insert(items.size() - 1, n); // past the first array's capacity
+    EXPECT_EQ(Listed(items), (std::vector<intptr_t>{3, 4, 5, 6, 7, 8, 9}));
+}
+
+// Nodes keep their places while others are made, are found by their numbers, and a destroyed node's number and
+// place are taken by the next one, so nodes made and removed over and over take no more room.
+TEST(NodePoolTest, NodesAreFoundByNumberAndDestroyedOnesTakenAgain)
+{
+    struct Counted {
+        Counted(int *pnAlive, int nValue) : pnAlive(pnAlive), nValue(nValue) { ++*pnAlive; }
+        ~Counted() { --*pnAlive; }
+        int *pnAlive;
+        int nValue;
+    };
+    int nAlive = 0;
+    CNodePool<Counted> pool;
+    std::vector<Counted *> made;
+    for (int i = 0; i < 2000; i++) { // past the small first block and one large one
+        uint32_t n = kNoNode;
+        made.push_back(pool.Make(&n, &nAlive, i));
+        EXPECT_EQ(n, static_cast<uint32_t>(i));
+    }
+    EXPECT_EQ(nAlive, 2000);
+    EXPECT_EQ(std::set<Counted *>(made.begin(), made.end()).size(), 2000u);
+    for (uint32_t n = 0; n < 2000; n++) {
+        ASSERT_EQ(pool.At(n), made[n]);
+        ASSERT_EQ(pool.At(n)->nValue, static_cast<int>(n));
+    }
+    pool.Destroy(1500);
+    EXPECT_EQ(nAlive, 1999);
+    uint32_t nAgain = kNoNode;
+    EXPECT_EQ(pool.Make(&nAgain, &nAlive, -1), made[1500]);
+    EXPECT_EQ(nAgain, 1500u);
+    EXPECT_EQ(pool.At(1500)->nValue, -1);
+    for (uint32_t n = 0; n < 2000; n++)
+        pool.Destroy(n);
+    EXPECT_EQ(nAlive, 0);
+}
+
 struct NumberOf {
     size_t operator()(intptr_t n) const { return static_cast<size_t>(n); }
 };
 
 TEST(DenseNodeMapTest, FindsWhatWasSetAndForgetsWhatWasErased)
 {
-    using Node = CEqualityNode<intptr_t>;
-    Node a(1, nullptr), b(2, nullptr);
-    CDenseNodeMap<intptr_t, Node, NumberOf> map;
-    EXPECT_EQ(map.Find(5000), nullptr); // beyond every page
-    map.Set(3, &a);
-    map.Set(5000, &b); // a page of its own, with nothing made between
-    map.Set(3, &b);    // set again: the later node counts, and only once
+    CDenseNodeMap<intptr_t, NumberOf> map;
+    EXPECT_EQ(map.Find(5000), kNoNode); // beyond every page
+    map.Set(3, 0);                      // node number 0 is a node like any other
+    map.Set(5000, 7);                   // a page of its own, with nothing made between
+    EXPECT_EQ(map.Find(3), 0u);
+    map.Set(3, 7); // set again: the later node counts, and only once
     EXPECT_EQ(map.Size(), 2u);
-    EXPECT_EQ(map.Find(3), &b);
-    EXPECT_EQ(map.Find(5000), &b);
-    EXPECT_EQ(map.Find(4), nullptr);
-    EXPECT_EQ(map.Find(2000), nullptr); // a page never made
+    EXPECT_EQ(map.Find(3), 7u);
+    EXPECT_EQ(map.Find(5000), 7u);
+    EXPECT_EQ(map.Find(4), kNoNode);
+    EXPECT_EQ(map.Find(2000), kNoNode); // a page never made
     map.Erase(3);
     map.Erase(3);
     map.Erase(2000);
     EXPECT_EQ(map.Size(), 1u);
-    EXPECT_EQ(map.Find(3), nullptr);
-    EXPECT_EQ(map.Find(5000), &b);
+    EXPECT_EQ(map.Find(3), kNoNode);
+    EXPECT_EQ(map.Find(5000), 7u);
 }
 
 // Compares the items' values, which the context holds by arrival number.

@@ -51,13 +51,21 @@ int Depth(const Node *pNode)
     return pNode ? 1 + std::max(Depth(pNode->m_pLeft), Depth(pNode->m_pRight)) : 0;
 }
 
-// Every child's parent link names its parent.
-bool ParentsConsistent(const Node *pNode, const Node *pParent)
+void CollectLinked(const Node *pNode, std::vector<intptr_t> &out)
 {
     if (!pNode)
-        return true;
-    return pNode->m_pParent == pParent && ParentsConsistent(pNode->m_pLeft, pNode) &&
-           ParentsConsistent(pNode->m_pRight, pNode);
+        return;
+    CollectLinked(pNode->m_pLeft, out);
+    out.insert(out.end(), pNode->m_Items.begin(), pNode->m_Items.end());
+    CollectLinked(pNode->m_pRight, out);
+}
+
+// The links Root() hands out reach every element once and in the tree's order.
+bool LinksMatchOrder(const Tree &tree)
+{
+    std::vector<intptr_t> linked;
+    CollectLinked(tree.Root(), linked);
+    return linked == Items(tree);
 }
 
 TEST(EqualityTreeTest, NewTreeIsEmpty)
@@ -142,7 +150,7 @@ TEST(EqualityTreeTest, SortedInputRebuildsFirstAtTheNinthInsert)
     // Balanced over 1..8 the root is 4 (mid of 0..7 is 3), and 9 lands below 8 at depth 4.
     EXPECT_EQ(tree.Root()->m_Items[0], 4);
     EXPECT_EQ(tree.LastDepth(), 4);
-    EXPECT_TRUE(ParentsConsistent(tree.Root(), nullptr));
+    EXPECT_TRUE(LinksMatchOrder(tree));
 }
 
 TEST(EqualityTreeTest, SampleIsMeasuredAgainstPerfectDepth)
@@ -171,7 +179,7 @@ TEST(EqualityTreeTest, SortedInputStaysShallowAndOrdered)
     for (intptr_t i = 0; i < n; i++)
         expected[static_cast<size_t>(i)] = i + 1;
     EXPECT_EQ(Items(tree), expected);
-    EXPECT_TRUE(ParentsConsistent(tree.Root(), nullptr));
+    EXPECT_TRUE(LinksMatchOrder(tree));
 }
 
 TEST(EqualityTreeTest, ListingsRunBothWays)
@@ -322,7 +330,7 @@ TEST(EqualityTreeTest, RemoveFirstElementOfARebuiltNodeHandsOverToTheNext)
     EXPECT_EQ(items[0], 11);
     EXPECT_EQ(items[1], 15);
     EXPECT_EQ(items[2], 20);
-    EXPECT_TRUE(ParentsConsistent(tree.Root(), nullptr));
+    EXPECT_TRUE(LinksMatchOrder(tree));
 }
 
 TEST(EqualityTreeTest, RemoveOfANodeRebuildsBalanced)
@@ -336,7 +344,7 @@ TEST(EqualityTreeTest, RemoveOfANodeRebuildsBalanced)
     EXPECT_EQ(tree.EfficiencyMean(), 100.0);
     EXPECT_EQ(Depth(tree.Root()), 3);
     EXPECT_EQ(Items(tree), (std::vector<intptr_t>{1, 2, 3, 5, 6, 7}));
-    EXPECT_TRUE(ParentsConsistent(tree.Root(), nullptr));
+    EXPECT_TRUE(LinksMatchOrder(tree));
     EXPECT_EQ(tree.FindNode(4), nullptr);
     EXPECT_NE(tree.FindNode(5), nullptr);
 }

@@ -81,8 +81,8 @@ TEST_F(OriginalTest, MostFilledCountsStreamsAndInfoProperties)
     Item("B", "same").Stream(kTagBody, "text");
     Item("C", "same").Stream(kTagBody, "");
     EXPECT_EQ(RankOf({"A", "B", "C"}), (Strings{"B", "A", "C"}));
-    EXPECT_EQ(Find("B")->nFilledProps, 2);
-    EXPECT_EQ(Find("C")->nFilledProps, 1);
+    EXPECT_EQ(Rank("B").nFilledProps, 2);
+    EXPECT_EQ(Rank("C").nFilledProps, 1);
 }
 
 // Text streams that compare equal up to their first zero byte, padded to n bytes: equal values of different sizes.
@@ -108,8 +108,8 @@ TEST_F(LargestValuesTest, MoreLargerPropertiesWinNotTheLargerSum)
     Sized("A", 9, 4, 100);
     Sized("B", 10, 5, 7);
     EXPECT_EQ(RankOf({"A", "B"}), (Strings{"B", "A"}));
-    ASSERT_NE(Find("A")->pValuesSizes, nullptr);
-    EXPECT_EQ(Find("A")->pValuesSizes[2], 100u);
+    ASSERT_NE(Rank("A").pValuesSizes, nullptr);
+    EXPECT_EQ(Rank("A").pValuesSizes[2], 100u);
 }
 
 TEST_F(LargestValuesTest, TiedVoteGoesToMostFilled)
@@ -126,7 +126,7 @@ TEST_F(LargestValuesTest, EmptyPropertyCountsAsSizeZero)
     Sized("A", 10, 10, 10);
     m_store.AddItem(kFolder, "B").Stream(kTagS1, Padded(10)).Stream(kTagS2, Padded(11));
     EXPECT_EQ(RankOf({"A", "B"}), (Strings{"A", "B"}));
-    EXPECT_EQ(Find("B")->pValuesSizes[2], 0u);
+    EXPECT_EQ(Rank("B").pValuesSizes[2], 0u);
 }
 
 TEST_F(LargestValuesTest, PlainPropertiesComeBeforeStreamsInTheSizes)
@@ -135,10 +135,10 @@ TEST_F(LargestValuesTest, PlainPropertiesComeBeforeStreamsInTheSizes)
     m_store.AddItem(kFolder, "A").Stream(kTagS1, Padded(20)).Text(kTagP, "x");
     m_store.AddItem(kFolder, "B").Stream(kTagS1, Padded(30));
     RankOf({"A", "B"});
-    EXPECT_EQ(Find("A")->pValuesSizes[0], 1u);
-    EXPECT_EQ(Find("A")->pValuesSizes[1], 20u);
-    EXPECT_EQ(Find("B")->pValuesSizes[0], 0u);
-    EXPECT_EQ(Find("B")->pValuesSizes[1], 30u);
+    EXPECT_EQ(Rank("A").pValuesSizes[0], 1u);
+    EXPECT_EQ(Rank("A").pValuesSizes[1], 20u);
+    EXPECT_EQ(Rank("B").pValuesSizes[0], 0u);
+    EXPECT_EQ(Rank("B").pValuesSizes[1], 30u);
 }
 
 TEST_F(LargestValuesTest, VoteIsNotTransitive)
@@ -160,7 +160,7 @@ TEST_F(OriginalTest, LargestMessageThenMostFilled)
     Item("B", "same").Size(1000, 200);
     Item("C", "same", "x").Size(1000, 200);
     EXPECT_EQ(RankOf({"A", "B", "C"}), (Strings{"C", "B", "A"}));
-    EXPECT_EQ(Find("A")->nMessageSize, 100);
+    EXPECT_EQ(Rank("A").nMessageSize, 100);
 }
 
 TEST_F(OriginalTest, UnknownMessageSizeIsLoggedAndPassedOn)
@@ -170,7 +170,7 @@ TEST_F(OriginalTest, UnknownMessageSizeIsLoggedAndPassedOn)
     Item("B", "same", "x").FailGetSize(MAPI_E_CALL_FAILED);
     testsupport::CLogCapture log;
     EXPECT_EQ(RankOf({"A", "B"}), (Strings{"B", "A"}));
-    EXPECT_EQ(Find("B")->nMessageSize, -1);
+    EXPECT_EQ(Rank("B").nMessageSize, -1);
     EXPECT_EQ(log.Lines().front(), "Err in CDuplicateSearch::fnCompareOriginal: nMessageSize not initialized");
 }
 
@@ -193,7 +193,7 @@ protected:
         od.szValue = psz;
         return od;
     }
-    int32_t HasFieldValue(const std::string &entry) { return Find(entry)->nHasFieldValue; }
+    int32_t HasFieldValue(const std::string &entry) { return Rank(entry).nHasFieldValue; }
 };
 
 TEST_F(FieldValueTest, TextIsFoundIgnoringCase)

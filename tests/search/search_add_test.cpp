@@ -224,12 +224,12 @@ TEST(AddRollbackTest, MissingValueRollsBackTheTreesAlreadyEntered)
                                         "duplicate search"}));
         ExpectNoTrace(search, "B");
         EXPECT_EQ(search.SearchProps()[0]->Tree.Root()->m_Items.size(), 1u);
-        EXPECT_TRUE(search.Equals().empty());
+        EXPECT_TRUE(search.ItemsWithEquals().empty());
         // The next item takes the place and finds only A.
         EXPECT_EQ(search.Add("C", kFolder, &bHas, 0), 1);
         EXPECT_EQ(bHas, 1);
         EXPECT_EQ(search.Items().back()->nIndex, 1);
-        EXPECT_EQ(search.Equals().size(), 2u);
+        EXPECT_EQ(search.ItemsWithEquals().size(), 2u);
         EXPECT_EQ(store.ItemsOpen(), 0);
     }
     EXPECT_EQ(store.PropArraysOut(), 0);
@@ -252,8 +252,8 @@ TEST_F(AddTest, FirstAddedReadsNothingMore)
     int nOpens = m_store.ItemOpens();
     EXPECT_EQ(AddHas("B"), 1);
     EXPECT_EQ(m_store.ItemOpens(), nOpens + 1);
-    EXPECT_EQ(Find("A")->nFilledProps, -1);
-    EXPECT_EQ(Find("B")->nFilledProps, -1);
+    EXPECT_EQ(Rank("A").nFilledProps, -1);
+    EXPECT_EQ(Rank("B").nFilledProps, -1);
 }
 
 TEST_F(AddTest, MostFilledCountsEachItemOnce)
@@ -263,16 +263,16 @@ TEST_F(AddTest, MostFilledCountsEachItemOnce)
     Item("B", "1", "2");
     Item("C", "1", "");
     Add("A");
-    EXPECT_EQ(Find("A")->nFilledProps, -1);
+    EXPECT_EQ(Rank("A").nFilledProps, -1);
     int nOpens = m_store.ItemOpens();
     EXPECT_EQ(AddHas("B"), 1);
     EXPECT_EQ(m_store.ItemOpens(), nOpens + 2); // B itself, and A once more
-    EXPECT_EQ(Find("A")->nFilledProps, 2);
-    EXPECT_EQ(Find("B")->nFilledProps, 2);
+    EXPECT_EQ(Rank("A").nFilledProps, 2);
+    EXPECT_EQ(Rank("B").nFilledProps, 2);
     nOpens = m_store.ItemOpens();
     EXPECT_EQ(AddHas("C"), 1);
     EXPECT_EQ(m_store.ItemOpens(), nOpens + 1);
-    EXPECT_EQ(Find("C")->nFilledProps, 1);
+    EXPECT_EQ(Rank("C").nFilledProps, 1);
 }
 
 TEST_F(AddTest, ItemThatCantBeReopenedForRankingIsTriedAgain)
@@ -285,12 +285,12 @@ TEST_F(AddTest, ItemThatCantBeReopenedForRankingIsTriedAgain)
     Add("A");
     m_store.ItemFor("A").FailOpen(E_FAIL);
     EXPECT_EQ(AddHas("B"), 1);
-    EXPECT_EQ(Find("A")->nFilledProps, -1);
+    EXPECT_EQ(Rank("A").nFilledProps, -1);
     EXPECT_EQ(log.Lines(),
               Strings{"Err in CDuplicateSearch::CalcODProps: cant open message, see prev errors in log"});
     m_store.ItemFor("A").FailOpen(S_OK);
     EXPECT_EQ(AddHas("C"), 1);
-    EXPECT_EQ(Find("A")->nFilledProps, 1);
+    EXPECT_EQ(Rank("A").nFilledProps, 1);
 }
 
 class StreamAddTest : public SearchTest {

@@ -182,9 +182,25 @@ TEST_F(BuildTest, LowerPriorityLeadsTheGroup)
     Add("C", 9);
     m_pSearch->Build();
     EXPECT_EQ(GroupTexts(*m_pSearch), (Groups{{"B", "A", "C"}}));
-    EXPECT_EQ(Find("B")->nBuildIndex, 0);
-    EXPECT_EQ(Find("A")->nBuildIndex, 1);
-    EXPECT_EQ(Find("C")->nBuildIndex, 2);
+    EXPECT_EQ(Rank("B").nBuildIndex, 0);
+    EXPECT_EQ(Rank("A").nBuildIndex, 1);
+    EXPECT_EQ(Rank("C").nBuildIndex, 2);
+}
+
+TEST_F(BuildTest, RefusedItemsTakeOnlyTheirOwnPriorityAlong)
+{
+    Item("A", "1");
+    Item("B", "1").FailOpen(E_FAIL);
+    Item("C", "1").FailOpen(E_FAIL);
+    Item("D", "1");
+    Add("A", 5);
+    EXPECT_EQ(Add("B"), 0);    // no priority of its own
+    EXPECT_EQ(Add("C", 1), 0); // its priority goes with it
+    Add("D", 2);
+    m_pSearch->Build();
+    EXPECT_EQ(GroupTexts(*m_pSearch), (Groups{{"D", "A"}}));
+    EXPECT_EQ(Rank("A").nPriority, 5);
+    EXPECT_EQ(Rank("D").nPriority, 2);
 }
 
 TEST_F(BuildTest, DuplicatesAreListedInRankOrder)

@@ -160,7 +160,7 @@ TEST_F(CreateTest, CreateAgainStartsAfresh)
     OriginalDefinition od = Definition(OD_FIRST_ADDED);
     m_pSearch->Create(&m_store, &list, &od);
     EXPECT_TRUE(m_pSearch->Items().empty());
-    EXPECT_TRUE(m_pSearch->Equals().empty());
+    EXPECT_TRUE(m_pSearch->ItemsWithEquals().empty());
     EXPECT_EQ(m_pSearch->GetOriginalCount(), 0);
     EXPECT_EQ(m_pSearch->OpenFolderCount(), 0u);
     EXPECT_EQ(m_store.FoldersOpen(), 0);

@@ -1,4 +1,7 @@
 // The rule of equality over two compared properties p and q; "-" below stands for an empty value.
+#include <algorithm>
+#include <functional>
+
 #include "search_fixture.h"
 
 namespace searchtest {
@@ -23,7 +26,7 @@ TEST_F(EqualityTest, OneDifferingPropertySeparates)
     Item("Y", "1", "3");
     Add("X");
     EXPECT_EQ(AddHas("Y"), 0);
-    EXPECT_TRUE(m_pSearch->Equals().empty());
+    EXPECT_TRUE(m_pSearch->ItemsWithEquals().empty());
 }
 
 TEST_F(EqualityTest, EmptyOnOneSideNeitherJoinsNorSeparates)
@@ -48,7 +51,7 @@ TEST_F(EqualityTest, EmptyAgainstEmptyCountsForNothing)
     Item("Y");
     EXPECT_EQ(AddHas("X"), 0);
     EXPECT_EQ(AddHas("Y"), 0);
-    EXPECT_TRUE(m_pSearch->Equals().empty());
+    EXPECT_TRUE(m_pSearch->ItemsWithEquals().empty());
     // Both are accepted and sit among the empty items of every property.
     for (size_t nProp = 0; nProp < m_pSearch->SearchProps().size(); nProp++) {
         EXPECT_EQ(m_pSearch->EmptySignatures().EmptyCount(nProp), 2u);
@@ -126,11 +129,13 @@ TEST_F(EqualityTest, RelationIsSymmetricAndNeverReflexive)
     Item("D", "", "2");
     for (const char *psz : {"A", "B", "C", "D"})
         Add(psz);
-    for (auto &[pItem, set] : m_pSearch->Equals()) {
-        EXPECT_EQ(set.count(pItem), 0u);
-        for (auto &entry : set) {
-            EXPECT_EQ(entry.first, entry.second);
-            EXPECT_EQ(m_pSearch->Equals().at(entry.first).count(pItem), 1u);
+    for (SearchItem *pItem : m_pSearch->ItemsWithEquals()) {
+        const EqualItems &equals = m_pSearch->EqualsOf(pItem);
+        EXPECT_EQ(std::count(equals.begin(), equals.end(), pItem), 0);
+        EXPECT_TRUE(std::is_sorted(equals.begin(), equals.end(), std::less<SearchItem *>()));
+        for (SearchItem *pEqual : equals) {
+            const EqualItems &back = m_pSearch->EqualsOf(pEqual);
+            EXPECT_EQ(std::count(back.begin(), back.end(), pItem), 1);
         }
     }
     EXPECT_EQ(EqualsOf("A"), (Strings{"B", "C"}));
@@ -148,13 +153,13 @@ TEST_F(EqualityTest, PropertyOrderDoesNotMatter)
     Item("D", "5", "2");
     for (const char *psz : {"A", "B", "C", "D"})
         Add(psz);
-    auto forward = m_pSearch->Equals().size();
+    auto forward = m_pSearch->ItemsWithEquals().size();
     Strings forwardD = EqualsOf("D");
 
     CreateSearch({Desc(kTagQ, u"q"), Desc(kTagP, u"p")});
     for (const char *psz : {"A", "B", "C", "D"})
         Add(psz);
-    EXPECT_EQ(m_pSearch->Equals().size(), forward);
+    EXPECT_EQ(m_pSearch->ItemsWithEquals().size(), forward);
     EXPECT_EQ(EqualsOf("D"), forwardD);
     EXPECT_EQ(EqualsOf("D"), Strings{"C"});
     EXPECT_EQ(EqualsOf("B"), (Strings{"A", "C"}));
@@ -195,7 +200,7 @@ TEST_F(EqualityTest, ManyItemsMatchTheirPartnersOnly)
     }
     for (int i = 0; i < 300; i++)
         EXPECT_EQ(AddHas("I" + std::to_string(i)), i % 3 == 2 ? 1 : 0) << i;
-    EXPECT_EQ(m_pSearch->Equals().size(), 200u);
+    EXPECT_EQ(m_pSearch->ItemsWithEquals().size(), 200u);
     EXPECT_EQ(EqualsOf("I2"), Strings{"I1"});
     for (SearchProp *pProp : m_pSearch->SearchProps())
         EXPECT_EQ(pProp->Tree.Distinct(), 200);

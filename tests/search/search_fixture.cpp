@@ -82,6 +82,17 @@ int32_t SearchTest::AddHas(const std::string &szEntry, int32_t nPriority)
     return Add(szEntry, nPriority, &bHas) ? bHas : -1;
 }
 
+const ItemRank &SearchTest::Rank(const std::string &szEntry) const
+{
+    static const ItemRank none;
+    SearchItem *pItem = Find(szEntry);
+    if (!pItem) {
+        ADD_FAILURE() << "no accepted item " << szEntry;
+        return none;
+    }
+    return m_pSearch->RankOf(pItem);
+}
+
 SearchItem *SearchTest::Find(const std::string &szEntry) const
 {
     for (SearchItem *pItem : m_pSearch->Items()) {
@@ -94,10 +105,9 @@ SearchItem *SearchTest::Find(const std::string &szEntry) const
 std::vector<std::string> SearchTest::EqualsOf(const std::string &szEntry) const
 {
     std::vector<std::string> entries;
-    auto it = m_pSearch->Equals().find(Find(szEntry));
-    if (it != m_pSearch->Equals().end()) {
-        for (auto &entry : it->second)
-            entries.push_back(entry.first->ItemID);
+    if (const SearchItem *pItem = Find(szEntry)) {
+        for (const SearchItem *pEqual : m_pSearch->EqualsOf(pItem))
+            entries.push_back(pEqual->ItemID);
     }
     std::sort(entries.begin(), entries.end());
     return entries;

@@ -62,6 +62,7 @@ protected:
     int32_t AddHas(const std::string &szEntry, int32_t nPriority = 0);
 
     SearchItem *Find(const std::string &szEntry) const; // the accepted item with this entry, or null
+    const ItemRank &Rank(const std::string &szEntry) const; // the ranking numbers of an accepted item
     std::vector<std::string> EqualsOf(const std::string &szEntry) const;
 
     testsupport::CMemoryStore m_store;

@@ -79,7 +79,7 @@ TEST_F(SearchRuleModelTest, EqualItemsFollowTheRuleOverManyItems)
 }
 
 // A search over nProps text properties of a store that refuses some items, before or after filing them, checked
-// after every Add: the duplicate flag, the whole of Equals(), and where the accepted items are empty.
+// after every Add: the duplicate flag, the whole relation of equality, and where the accepted items are empty.
 class CRuleModel {
 public:
     CRuleModel(size_t nProps, unsigned nSeed) : m_nProps(nProps), m_random(nSeed)
@@ -157,9 +157,9 @@ private:
                 if (i != j && EqualByRule(m_Rows[i], m_Rows[j]))
                     expected[m_Entries[i]].insert(m_Entries[j]);
         std::map<std::string, std::set<std::string>> actual;
-        for (auto &[pItem, equals] : m_search.Equals())
-            for (auto &entry : equals)
-                actual[pItem->ItemID].insert(entry.first->ItemID);
+        for (const SearchItem *pItem : m_search.ItemsWithEquals())
+            for (const SearchItem *pEqual : m_search.EqualsOf(pItem))
+                actual[pItem->ItemID].insert(pEqual->ItemID);
         ASSERT_EQ(actual, expected);
 
         const CEmptySignatures &signatures = m_search.EmptySignatures();
