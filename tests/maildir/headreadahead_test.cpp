@@ -80,7 +80,9 @@ public:
     }
     // Gives the worker reading pipe i strText and the pipe's end.
     bool Feed(size_t i, const std::string &strText) {
-        bool bFed = Caught(i) && write(m_fds[i], strText.data(), strText.size()) == static_cast<ssize_t>(strText.size());
+        const auto cbText = static_cast<ssize_t>(strText.size());
+        if (!Caught(i)) return false;
+        bool bFed = write(m_fds[i], strText.data(), strText.size()) == cbText;
         close(m_fds[i]);
         m_fds[i] = -1;
         return bFed;
@@ -340,7 +342,8 @@ TEST_F(HeadReadAheadTest, AClearWhileWorkersReadDropsWhatTheyRead) {
 
 TEST_F(HeadReadAheadTest, IdleWorkersEndAndNewOnesTakeOver) {
     std::vector<std::string> paths;
-    for (int i = 0; i < 40; ++i) paths.push_back(File("m" + std::to_string(i), "Subject: " + std::to_string(i) + "\n\n"));
+    for (int i = 0; i < 40; ++i)
+        paths.push_back(File("m" + std::to_string(i), "Subject: " + std::to_string(i) + "\n\n"));
     const size_t nThreads = ThreadCount();
     CHeadReadAhead ahead(true);
     std::string strOut;

@@ -74,10 +74,10 @@ private:
     std::condition_variable m_cvRead; // Take waits for the slot being read
     std::deque<Slot> m_slots;         // in the order asked
     uint64_t m_nFrontSeq = 0;         // the number of m_slots.front() in the order of all slots ever asked
-    uint64_t m_nNextSeq = 0;          // the next slot the worker reads (below m_nFrontSeq: the front)
+    uint64_t m_nNextSeq = 0;          // the next slot a worker begins (below m_nFrontSeq: the front)
     size_t m_cbHeld = 0;              // bytes read and not yet taken or dropped
     size_t m_cbReserved = 0;          // bytes of whole reads under way
-    uint32_t m_nWarmReads = kWarmReads;          // reads in a row that did not go to the disk (saturating)
+    uint32_t m_nWarmReads = kWarmReads; // reads in a row that did not go to the disk (saturating)
     size_t m_nRunning = 0;            // workers running
     size_t m_nReading = 0;            // of them, those reading a file
     size_t m_nWorkersWaiting = 0;
