@@ -17,6 +17,8 @@ constexpr size_t kMaxHeld = 4 << 20;
 // How long an idle worker waits for more before it ends: a walk asks again well within it, a folder left open
 // after its walk keeps no thread.
 constexpr auto kIdleEnd = std::chrono::milliseconds(200);
+// Reads between two looks at a worker's block reads while one worker reads from the page cache.
+constexpr uint32_t kLookEvery = 8;
 
 // This thread's block reads so far (-1 if unknown).
 long InBlocks() {
@@ -145,6 +147,7 @@ bool CHeadReadAhead::ReadWholeWithin(const std::string &strPath, std::string &st
 
 void CHeadReadAhead::Work(size_t nWorker) {
     long nInBlocks = InBlocks();
+    uint32_t nNotLooked = 0; // reads since the last look at nInBlocks
     std::unique_lock lock(m_mutex);
     for (;;) {
         if (m_nNextSeq < m_nFrontSeq) m_nNextSeq = m_nFrontSeq;
@@ -165,17 +168,25 @@ void CHeadReadAhead::Work(size_t nWorker) {
         ++m_nReading;
         std::string strPath = pSlot->strPath;
         bool bWhole = m_bReadWhole;
+        const bool bMany = Many();
         lock.unlock();
         std::string strBytes;
         size_t cbReserved = 0;
         bool bRead = bWhole ? ReadWholeWithin(strPath, strBytes, &cbReserved)
                             : SUCCEEDED(MimeReadFileHead(strPath.c_str(), strBytes, &bWhole));
-        const long nInBlocksNow = InBlocks();
-        const bool bFromDisk = nInBlocks >= 0 && nInBlocksNow > nInBlocks;
-        nInBlocks = nInBlocksNow;
+        // A look at the block reads costs a system call: from the page cache, one every few reads is soon enough.
+        uint32_t nLooked = 0;
+        bool bFromDisk = false;
+        if (++nNotLooked >= kLookEvery || bMany) {
+            const long nInBlocksNow = InBlocks();
+            bFromDisk = nInBlocks >= 0 && nInBlocksNow > nInBlocks;
+            nInBlocks = nInBlocksNow;
+            nLooked = nNotLooked;
+            nNotLooked = 0;
+        }
         lock.lock();
         --m_nReading;
-        m_nWarmReads = bFromDisk ? 0 : std::min(m_nWarmReads + 1, kWarmReads);
+        if (nLooked > 0) m_nWarmReads = bFromDisk ? 0 : std::min(m_nWarmReads + nLooked, kWarmReads);
         m_cbReserved -= cbReserved;
         const bool bKept = bRead && nSeq >= m_nFrontSeq; // else dropped meanwhile
         if (nSeq >= m_nFrontSeq) {
