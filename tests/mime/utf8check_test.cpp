@@ -1,5 +1,5 @@
-// The UTF-8 check of text bodies gives GLib's answer, also where the word-at-a-time skip of ASCII meets a NUL, a
-// multi-byte character, a broken sequence or the end of the text.
+// The UTF-8 check of text bodies gives GLib's answer, also where the skip of ASCII a word or four words at a time
+// meets a NUL, a multi-byte character, a broken sequence or the end of the text.
 #include <gtest/gtest.h>
 
 #include <random>
@@ -14,11 +14,11 @@ bool GLibSays(const std::string &str) {
     return g_utf8_validate(str.data(), static_cast<gssize>(str.size()), nullptr) != 0;
 }
 
-// The piece at every offset behind 0 to 9 ASCII letters, and with ASCII behind it, so that it falls on every place
-// of a word.
+// The piece behind 0 to 40 ASCII letters, and with ASCII behind it, so that it falls on every place of a word and
+// of a run of four words, and before and after such runs.
 void ExpectGLibAnswerAround(const std::string &strPiece) {
-    for (size_t nBefore = 0; nBefore < 10; nBefore++) {
-        for (size_t nAfter : {0, 1, 7, 8, 15}) {
+    for (size_t nBefore = 0; nBefore <= 40; nBefore++) {
+        for (size_t nAfter : {0, 1, 7, 8, 15, 31, 32, 40}) {
             std::string str = std::string(nBefore, 'a') + strPiece + std::string(nAfter, 'z');
             EXPECT_EQ(MimeIsUtf8(str), GLibSays(str)) << "piece of " << strPiece.size() << " bytes, " << nBefore
                                                       << " before, " << nAfter << " after";
@@ -32,8 +32,8 @@ TEST(MimeUtf8Check, AsciiTextIsValid) {
 }
 
 TEST(MimeUtf8Check, NulByteFailsAnywhere) {
-    for (size_t n = 0; n < 20; n++) {
-        std::string str(20, 'x');
+    for (size_t n = 0; n < 80; n++) {
+        std::string str(80, 'x');
         str[n] = '\0';
         EXPECT_FALSE(MimeIsUtf8(str)) << "NUL at " << n;
     }

@@ -86,15 +86,35 @@ std::string MimeReadGStream(GMimeStream *pStream) {
     return str;
 }
 
+namespace {
+
+constexpr uint64_t kHigh = 0x8080808080808080ull, kLow7 = 0x7F7F7F7F7F7F7F7Full;
+
+uint64_t Word(const unsigned char *p) {
+    uint64_t w = 0;
+    std::memcpy(&w, p, sizeof(w));
+    return w;
+}
+
+// Whether the words hold ASCII other than NUL alone, given their OR and the AND of each plus kLow7: a byte below
+// 0x80 plus 0x7F reaches 0x80 unless it is 0, and carries into no other byte.
+bool AllAsciiNoNul(uint64_t wOr, uint64_t wAndPlus) { return (wOr & kHigh) == 0 && (wAndPlus & kHigh) == kHigh; }
+
+} // namespace
+
 bool MimeIsUtf8(std::string_view sv) {
-    constexpr uint64_t kHigh = 0x8080808080808080ull, kOnes = 0x0101010101010101ull;
     const auto *p = reinterpret_cast<const unsigned char *>(sv.data());
     const unsigned char *pEnd = p + sv.size();
     while (p < pEnd) {
+        // Runs of ASCII 32 bytes at a time, then 8.
+        while (pEnd - p >= 32) {
+            uint64_t a = Word(p), b = Word(p + 8), c = Word(p + 16), d = Word(p + 24);
+            if (!AllAsciiNoNul(a | b | c | d, (a + kLow7) & (b + kLow7) & (c + kLow7) & (d + kLow7))) break;
+            p += 32;
+        }
         while (pEnd - p >= 8) {
-            uint64_t w = 0;
-            std::memcpy(&w, p, sizeof(w));
-            if ((w & kHigh) != 0 || ((w - kOnes) & ~w & kHigh) != 0) break; // a byte above 0x7F, or a NUL
+            uint64_t w = Word(p);
+            if (!AllAsciiNoNul(w, w + kLow7)) break;
             p += 8;
         }
         if (p == pEnd) break;

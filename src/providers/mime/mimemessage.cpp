@@ -75,7 +75,7 @@ void CMimeMessage::Reset() {
     }
     if (m_pEmptyTop) g_object_unref(m_pEmptyTop);
     m_pEmptyTop = nullptr;
-    m_strSource.clear();
+    m_source = {};
     m_index.Clear();
     m_rgEditedHeaders.clear();
     m_bDirty = false;
@@ -99,9 +99,9 @@ void CMimeMessage::MarkEdited(const MimeHeaderScope &scope, LPCSTR pszName) {
 
 void CMimeMessage::LoadBytes(std::string strSource) {
     Reset();
-    m_strSource = std::move(strSource);
-    m_bCrLf = UsesCrLf(m_strSource);
-    m_index.Build(m_strSource, MimeHeaderBlockEnd(m_strSource));
+    m_source = CMimeSharedBytes(std::move(strSource));
+    m_bCrLf = UsesCrLf(m_source.Str());
+    m_index.Build(m_source.Str(), MimeHeaderBlockEnd(m_source.Str()));
 }
 
 void CMimeMessage::LoadLater(std::function<HRESULT(std::string &)> fnRead,
@@ -139,13 +139,13 @@ HRESULT CMimeMessage::ReadyHead() {
 
 GMimeMessage *CMimeMessage::HeaderMessage() {
     if (m_pMessage) return m_pMessage;
-    if (!m_pHeaders) m_pHeaders = ParseMessage(m_strSource.data(), MimeHeaderBlockEnd(m_strSource));
+    if (!m_pHeaders) m_pHeaders = ParseMessage(m_source.Str().data(), MimeHeaderBlockEnd(m_source.Str()));
     return m_pHeaders;
 }
 
 GMimeMessage *CMimeMessage::Tree() {
     if (!m_pMessage) {
-        m_pMessage = ParseMessage(m_strSource.data(), m_strSource.size(), &m_bHeaderless);
+        m_pMessage = ParseMessage(m_source.Str().data(), m_source.Str().size(), &m_bHeaderless);
         if (m_pHeaders) g_object_unref(m_pHeaders);
         m_pHeaders = nullptr;
     }
@@ -187,7 +187,7 @@ HRESULT CMimeMessage::ResolveBody(HBODY hBody, bool bNeedTree, MimeHeaderScope *
 
 HRESULT CMimeMessage::Serialize(std::string &strOut) {
     if (!m_bDirty) {
-        strOut = m_strSource;
+        strOut = m_source.Str();
         return S_OK;
     }
     if (!m_bTreeEdited) {
@@ -202,7 +202,7 @@ HRESULT CMimeMessage::Serialize(std::string &strOut) {
                 if (MimeEqualNoCase(row.strName, strName)) edit.rgRows.push_back(WithLineEnds(row.strRow, m_bCrLf));
             rgEdits.push_back(std::move(edit));
         }
-        strOut = MimeSpliceHeaders(m_strSource, rgEdits, m_bHeaderless);
+        strOut = MimeSpliceHeaders(m_source.Str(), rgEdits, m_bHeaderless);
         return S_OK;
     }
     GPtr<GMimeStream> pStream(g_mime_stream_mem_new());
@@ -257,9 +257,9 @@ HRESULT CMimeMessage::Save(IStream *pStm, BOOL fClearDirty) {
         nDone += cbWritten;
     }
     if (fClearDirty && m_bDirty) {
-        m_strSource = std::move(strOut);
+        m_source = CMimeSharedBytes(std::move(strOut));
         m_nPlainBodyAt = kNotAsked;
-        m_index.Build(m_strSource, MimeHeaderBlockEnd(m_strSource));
+        m_index.Build(m_source.Str(), MimeHeaderBlockEnd(m_source.Str()));
         m_rgEditedHeaders.clear();
         m_bDirty = false;
         m_bTreeEdited = false;
@@ -273,7 +273,7 @@ HRESULT CMimeMessage::GetSizeMax(ULARGE_INTEGER *pcbSize) {
     if (!pcbSize) return E_POINTER;
     pcbSize->QuadPart = 0;
     if (!m_bDirty) {
-        pcbSize->QuadPart = m_strSource.size();
+        pcbSize->QuadPart = m_source.Str().size();
         return S_OK;
     }
     std::string strOut;
@@ -432,7 +432,7 @@ HRESULT CMimeMessage::GetTextBody(DWORD dwTxtType, ENCODINGTYPE, IStream **ppStr
     if (dwTxtType != TXT_PLAIN && dwTxtType != TXT_HTML) return MIME_E_INVALID_TEXT_TYPE;
     std::string_view svPlain;
     if (dwTxtType == TXT_PLAIN && !phBody && PlainBodyAsIs(&svPlain)) // a handle needs the tree
-        return ppStream ? MimeCreateByteStream(std::string(svPlain), ppStream) : S_OK;
+        return ppStream ? MimeCreateByteStream(m_source, svPlain, ppStream) : S_OK;
     GMimeObject *pPart = MimeFindTextBody(TopPart(), dwTxtType == TXT_HTML);
     if (!pPart) return MIME_E_NOT_FOUND;
     if (ppStream) {
@@ -449,13 +449,14 @@ bool CMimeMessage::PlainBodyAsIs(std::string_view *psvBody) {
     // no NUL. Anything else goes through GMime.
     if (m_pMessage || m_bDirty || !m_index.Valid() || m_index.Fields().empty()) return false;
     if (m_nPlainBodyAt == kNotAsked) {
-        size_t nBody = MimeHeaderBlockEnd(m_strSource);
-        std::string_view svPlain = MimeFindPlainBodyAsIs(m_index, std::string_view(m_strSource).substr(nBody));
-        m_nPlainBodyAt = svPlain.data() ? static_cast<size_t>(svPlain.data() - m_strSource.data()) : std::string::npos;
+        const std::string &strSource = m_source.Str();
+        size_t nBody = MimeHeaderBlockEnd(strSource);
+        std::string_view svPlain = MimeFindPlainBodyAsIs(m_index, std::string_view(strSource).substr(nBody));
+        m_nPlainBodyAt = svPlain.data() ? static_cast<size_t>(svPlain.data() - strSource.data()) : std::string::npos;
         m_cbPlainBody = svPlain.size();
     }
     if (m_nPlainBodyAt == std::string::npos) return false;
-    *psvBody = std::string_view(m_strSource).substr(m_nPlainBodyAt, m_cbPlainBody);
+    *psvBody = std::string_view(m_source.Str()).substr(m_nPlainBodyAt, m_cbPlainBody);
     return true;
 }
 

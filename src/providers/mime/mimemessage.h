@@ -13,6 +13,7 @@
 #include <vector>
 
 #include "platform/mimeole.h"
+#include "providers/mime/bytestream.h"
 #include "providers/mime/gmimeutil.h"
 #include "providers/mime/headerindex.h"
 #include "providers/mime/headers.h"
@@ -102,9 +103,11 @@ private:
 
     std::function<HRESULT(std::string &)> m_fnRead; // where the bytes come from, until they are read
     std::function<HRESULT(std::string &, bool *)> m_fnReadHead; // where the first bytes come from, until read
-    std::string m_strSource;             // the bytes last loaded or saved; the first of them alone while m_bHeadOnly
-    bool m_bHeadOnly = false;            // m_strSource holds the header block, m_fnRead the whole
-    CMimeHeaderIndex m_index;            // the top header block of m_strSource while nothing was edited
+    // The bytes last loaded or saved; the first of them alone while m_bHeadOnly. Streams of the plain body share
+    // them: they are replaced, never changed.
+    CMimeSharedBytes m_source;
+    bool m_bHeadOnly = false;            // m_source holds the header block, m_fnRead the whole
+    CMimeHeaderIndex m_index;            // the top header block of m_source while nothing was edited
     GMimeMessage *m_pHeaders = nullptr;  // the header block alone, until the tree is parsed
     GMimeMessage *m_pMessage = nullptr;  // the parsed tree
     GMimeObject *m_pEmptyTop = nullptr;  // stands in for a deleted top body (GMime needs one)
@@ -114,7 +117,7 @@ private:
     bool m_bTreeEdited = false; // bodies or their headers changed: GMime writes the whole message
     bool m_bHeaderless = false; // the source had no header block: all of it is the body
     bool m_bCrLf = false;
-    // Where the plain body starts in m_strSource if PlainBodyAsIs holds, npos if it does not, unset until asked;
+    // Where the plain body starts in m_source if PlainBodyAsIs holds, npos if it does not, unset until asked;
     // and its length.
     static constexpr size_t kNotAsked = static_cast<size_t>(-2);
     size_t m_nPlainBodyAt = kNotAsked;

@@ -40,17 +40,13 @@ bool ContentAsStored(const CMimeHeaderIndex &index) {
 // Content that GMime hands out as text unchanged: UTF-8 without NUL. Empty content is left to GMime.
 bool IsTextAsIs(std::string_view sv) { return !sv.empty() && MimeIsUtf8(sv); }
 
-// The boundary of a multipart/mixed type as GMime reads the value. Empty for any other type, and for a boundary
-// whose delimiter lines GMime might match otherwise than by plain byte comparison (blanks, controls, 8-bit) or
-// that is longer than any sender may make it.
-std::string MixedBoundary(std::string_view svValue) {
-    GPtr<GMimeContentType> pType(g_mime_content_type_parse(MimeParserOptions(), std::string(svValue).c_str()));
-    if (!pType || !g_mime_content_type_is_type(pType.get(), "multipart", "mixed")) return {};
-    const char *pszBoundary = g_mime_content_type_get_parameter(pType.get(), "boundary");
-    if (!pszBoundary || std::strlen(pszBoundary) > 70) return {};
-    for (const char *p = pszBoundary; *p; ++p)
-        if (*p <= ' ' || *p >= 127) return {};
-    return pszBoundary;
+// Whether GMime's delimiter lines of this boundary are found by plain byte comparison: not for an empty one, nor
+// for one with blanks, controls or 8-bit bytes, nor for one longer than any sender may make it.
+bool IsPlainBoundary(std::string_view svBoundary) {
+    if (svBoundary.empty() || svBoundary.size() > 70) return false;
+    for (char ch : svBoundary)
+        if (ch <= ' ' || ch >= 127) return false;
+    return true;
 }
 
 // What a line is to a multipart: "--boundary", or "--boundary--" for the last, each followed by blanks at most.
@@ -113,9 +109,10 @@ std::string_view MimeFindPlainBodyAsIs(const CMimeHeaderIndex &index, std::strin
     if (!ContentAsStored(index)) return {};
     // Without a Content-Type the body is GMime's default, text/plain without a charset.
     const CMimeHeaderIndex::Field *pType = index.Find("Content-Type");
-    if (!pType || MimeIsPlainUtf8Type(pType->svValue)) return IsTextAsIs(svBody) ? svBody : std::string_view();
-    std::string strBoundary = MixedBoundary(pType->svValue);
-    return strBoundary.empty() ? std::string_view() : MimeFindMixedPlainBody(svBody, strBoundary);
+    std::string strBoundary;
+    if (!pType || MimeReadTopType(pType->svValue, &strBoundary))
+        return IsTextAsIs(svBody) ? svBody : std::string_view();
+    return IsPlainBoundary(strBoundary) ? MimeFindMixedPlainBody(svBody, strBoundary) : std::string_view();
 }
 
 std::string_view MimeFindMixedPlainBody(std::string_view svBody, std::string_view svBoundary) {
