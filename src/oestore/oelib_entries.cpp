@@ -1,6 +1,7 @@
 // COELib: folder and item entry texts. The bytes behind a text are the ids in memory order, low byte first,
 // whatever the machine's own order.
 #include <cstdlib>
+#include <cstring>
 
 #include "log/log.h"
 #include "oestore/hex.h"
@@ -43,15 +44,15 @@ bool COELib::Str2Folder(const char *szEntry, STOREFOLDERID *pdwFolderId) {
 }
 
 bool COELib::Str2ItemEntry(const char *szEntry, STOREFOLDERID *pdwFolderId, MESSAGEID *pdwMessageId) {
-    ULONG cb = 0;
-    BYTE *pb = Hex2Bin(szEntry, &cb);
-    bool bOk = pb && cb == 8;
-    if (bOk) {
-        *pdwFolderId = GetLE(pb);
-        *pdwMessageId = GetLE(pb + 4);
-    } else {
+    // Read as Hex2Bin reads it, into a buffer of our own: a search opens an item by its entry for every comparison.
+    const size_t cb = szEntry ? std::strlen(szEntry) / 2 : 0;
+    if (cb != 8) {
         g_Log.Error("COELib::Str2ItemEntry", static_cast<int32_t>(cb), "item entry not 8 bytes long");
+        return false;
     }
-    std::free(pb);
-    return bOk;
+    BYTE rgb[8];
+    for (size_t i = 0; i < cb; ++i) rgb[i] = static_cast<BYTE>(Hex2Dec(szEntry + 2 * i, 2) & 0xFF);
+    *pdwFolderId = GetLE(rgb);
+    *pdwMessageId = GetLE(rgb + 4);
+    return true;
 }

@@ -163,6 +163,13 @@ TEST(EntryTexts, FolderAndItemEntriesAreLowByteFirst) {
     EXPECT_TRUE(COELib::Str2ItemEntry("3412000056000000", &dwFolder, &dwMessage));
     EXPECT_EQ(dwFolder, 0x1234u);
     EXPECT_EQ(dwMessage, 0x56u);
+    EXPECT_TRUE(COELib::Str2ItemEntry("d4c3b2a1ffeeddcc", &dwFolder, &dwMessage));
+    EXPECT_EQ(dwFolder, 0xA1B2C3D4u);
+    EXPECT_EQ(dwMessage, 0xCCDDEEFFu);
+    // A pair with a non-digit reads as Hex2Dec reads it ("x0" as -1, then 0: 0xF0 in the low byte).
+    EXPECT_TRUE(COELib::Str2ItemEntry("3412x00056000000", &dwFolder, &dwMessage));
+    EXPECT_EQ(dwFolder, 0x00F01234u);
+    EXPECT_EQ(dwMessage, 0x56u);
 }
 
 TEST(EntryTexts, LengthDecidesAndOnlyItemEntriesLog) {

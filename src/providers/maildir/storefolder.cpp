@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <new>
 #include <set>
 #include <sys/resource.h>
 #include <unistd.h>
@@ -100,9 +101,7 @@ HRESULT CStoreFolder::QueryInterface(REFIID riid, void **ppv) {
 
 HRESULT CStoreFolder::GetFolderProps(DWORD, FOLDERPROPS *pProps) { return m_pTree->GetProps(m_idFolder, pProps); }
 
-HRESULT CStoreFolder::WithMessage(MESSAGEID id,
-                                  const std::function<HRESULT(const IndexedMessage &, const std::string &)> &fnUse,
-                                  bool bFile) {
+template <class FnUse> HRESULT CStoreFolder::WithMessage(MESSAGEID id, const FnUse &fnUse, bool bFile) {
     MessageView view = m_index.View(); // keeps the message alive while fnUse runs
     if (const IndexedMessage *pMsg = m_index.Find(id)) {
         if (!bFile) return fnUse(*pMsg, std::string());
@@ -204,6 +203,29 @@ HRESULT CStoreFolder::FreeMessageProps(MESSAGEPROPS *pProps) {
     return S_OK;
 }
 
+class CStoreFolder::CMessageReader final : public IMimeLaterReader {
+public:
+    CMessageReader(CStoreFolder *pFolder, MESSAGEID id) : m_pFolder(pFolder), m_id(id) { m_pFolder->AddRef(); }
+    ~CMessageReader() override { m_pFolder->Release(); }
+    CMessageReader(const CMessageReader &) = delete;
+    CMessageReader &operator=(const CMessageReader &) = delete;
+
+    HRESULT Read(std::string &strOut) override {
+        return m_pFolder->WithMessage(m_id, [&](const IndexedMessage &msg, const std::string &strPath) {
+            return m_pFolder->ReadWhole(msg, strPath, strOut);
+        });
+    }
+    HRESULT ReadHead(std::string &strOut, bool *pbWhole) override {
+        return m_pFolder->WithMessage(m_id, [&](const IndexedMessage &msg, const std::string &strPath) {
+            return m_pFolder->ReadHead(msg, strPath, strOut, pbWhole);
+        });
+    }
+
+private:
+    CStoreFolder *m_pFolder; // one reference
+    MESSAGEID m_id;
+};
+
 HRESULT CStoreFolder::OpenMessage(MESSAGEID dwMessageId, REFIID riid, void **ppvObject) {
     if (!ppvObject) return E_POINTER;
     *ppvObject = nullptr;
@@ -216,20 +238,9 @@ HRESULT CStoreFolder::OpenMessage(MESSAGEID dwMessageId, REFIID riid, void **ppv
         HRESULT hr = WithMessage(
             dwMessageId, [](const IndexedMessage &, const std::string &) { return S_OK; }, false);
         if (FAILED(hr)) return hr;
-        AddRef();
-        std::shared_ptr<CStoreFolder> pThis(this, [](CStoreFolder *p) { p->Release(); });
-        return MimeOpenMessageLater(
-            [pThis, dwMessageId](std::string &strOut) {
-                return pThis->WithMessage(dwMessageId, [&](const IndexedMessage &msg, const std::string &strPath) {
-                    return pThis->ReadWhole(msg, strPath, strOut);
-                });
-            },
-            reinterpret_cast<IMimeMessage **>(ppvObject),
-            [pThis, dwMessageId](std::string &strOut, bool *pbWhole) {
-                return pThis->WithMessage(dwMessageId, [&](const IndexedMessage &msg, const std::string &strPath) {
-                    return pThis->ReadHead(msg, strPath, strOut, pbWhole);
-                });
-            });
+        auto pReader = std::unique_ptr<IMimeLaterReader>(new (std::nothrow) CMessageReader(this, dwMessageId));
+        if (!pReader) return E_OUTOFMEMORY;
+        return MimeOpenMessageLater(std::move(pReader), reinterpret_cast<IMimeMessage **>(ppvObject));
     }
     IStream *pStream = nullptr;
     HRESULT hr = WithMessage(dwMessageId, [&](const IndexedMessage &, const std::string &strPath) {

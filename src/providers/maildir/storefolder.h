@@ -49,8 +49,10 @@ private:
     // Runs fnUse on the message's file; if the file went (renamed by a flag change, say) it looks again once.
     // Without bFile fnUse reads only the index: it gets no path, and only a message missing from the index is
     // looked for again.
-    HRESULT WithMessage(MESSAGEID id, const std::function<HRESULT(const IndexedMessage &, const std::string &)> &fnUse,
-                        bool bFile = true);
+    // fnUse(const IndexedMessage &, const std::string &strPath) -> HRESULT.
+    template <class FnUse> HRESULT WithMessage(MESSAGEID id, const FnUse &fnUse, bool bFile = true);
+    // The reads of a message object opened for an id: they hold the folder, and go through the index then.
+    class CMessageReader;
     HRESULT FillProps(const IndexedMessage &msg, DWORD dwFlags, MESSAGEPROPS *pProps);
     // The header block of msg (at strPath) for a message object, as MimeReadFileHead reads it, or all of the file
     // (*pbWhole) when that was read ahead. Once the reads walk the folder in id order, the next messages' files are

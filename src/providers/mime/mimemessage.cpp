@@ -64,8 +64,7 @@ CMimeMessage::CMimeMessage() { MimeEnsureInit(); }
 CMimeMessage::~CMimeMessage() { Reset(); }
 
 void CMimeMessage::Reset() {
-    m_fnRead = nullptr;
-    m_fnReadHead = nullptr;
+    m_pLater = nullptr;
     m_bHeadOnly = false;
     for (GMimeObject *pPart : m_rgBodies) g_object_unref(pPart);
     m_rgBodies.clear();
@@ -104,17 +103,15 @@ void CMimeMessage::LoadBytes(std::string strSource) {
     m_index.Build(m_source.Str(), MimeHeaderBlockEnd(m_source.Str()));
 }
 
-void CMimeMessage::LoadLater(std::function<HRESULT(std::string &)> fnRead,
-                             std::function<HRESULT(std::string &, bool *)> fnReadHead) {
+void CMimeMessage::LoadLater(std::unique_ptr<IMimeLaterReader> pReader) {
     Reset();
-    m_fnRead = std::move(fnRead);
-    m_fnReadHead = std::move(fnReadHead);
+    m_pLater = std::move(pReader);
 }
 
 HRESULT CMimeMessage::Ready() {
-    if (!m_fnRead) return S_OK;
+    if (!m_pLater) return S_OK;
     std::string strSource;
-    HRESULT hr = m_fnRead(strSource);
+    HRESULT hr = m_pLater->Read(strSource);
     if (FAILED(hr)) return hr; // a header block read before stays, and serves header reads meanwhile
     // Everything from the new bytes: nothing parsed or indexed from the header block alone outlives them.
     LoadBytes(std::move(strSource));
@@ -122,16 +119,15 @@ HRESULT CMimeMessage::Ready() {
 }
 
 HRESULT CMimeMessage::ReadyHead() {
-    if (m_bHeadOnly || !m_fnRead) return S_OK;
-    if (!m_fnReadHead) return Ready();
+    if (m_bHeadOnly || !m_pLater) return S_OK;
     std::string strHead;
     bool bWhole = false;
-    HRESULT hr = m_fnReadHead(strHead, &bWhole);
+    HRESULT hr = m_pLater->ReadHead(strHead, &bWhole);
     if (FAILED(hr)) return hr;
-    std::function<HRESULT(std::string &)> fnRead = std::move(m_fnRead);
+    std::unique_ptr<IMimeLaterReader> pLater = std::move(m_pLater);
     LoadBytes(std::move(strHead));
     if (!bWhole) {
-        m_fnRead = std::move(fnRead);
+        m_pLater = std::move(pLater);
         m_bHeadOnly = true;
     }
     return S_OK;
@@ -499,14 +495,42 @@ HRESULT MimeOleCreateMessage(IUnknown *pUnkOuter, IMimeMessage **ppMessage) {
     return S_OK;
 }
 
-HRESULT MimeOpenMessageLater(std::function<HRESULT(std::string &)> fnRead, IMimeMessage **ppMessage,
-                             std::function<HRESULT(std::string &, bool *)> fnReadHead) {
+HRESULT MimeOpenMessageLater(std::unique_ptr<IMimeLaterReader> pReader, IMimeMessage **ppMessage) {
     if (!ppMessage) return E_POINTER;
     auto *pMessage = new (std::nothrow) CMimeMessage();
     *ppMessage = pMessage;
     if (!pMessage) return E_OUTOFMEMORY;
-    pMessage->LoadLater(std::move(fnRead), std::move(fnReadHead));
+    pMessage->LoadLater(std::move(pReader));
     return S_OK;
+}
+
+namespace {
+
+class CFunctionReader final : public IMimeLaterReader {
+public:
+    CFunctionReader(std::function<HRESULT(std::string &)> fnRead,
+                    std::function<HRESULT(std::string &, bool *)> fnReadHead)
+        : m_fnRead(std::move(fnRead)), m_fnReadHead(std::move(fnReadHead)) {}
+    HRESULT Read(std::string &strOut) override { return m_fnRead(strOut); }
+    HRESULT ReadHead(std::string &strOut, bool *pbWhole) override {
+        return m_fnReadHead ? m_fnReadHead(strOut, pbWhole) : IMimeLaterReader::ReadHead(strOut, pbWhole);
+    }
+
+private:
+    std::function<HRESULT(std::string &)> m_fnRead;
+    std::function<HRESULT(std::string &, bool *)> m_fnReadHead;
+};
+
+} // namespace
+
+HRESULT MimeOpenMessageLater(std::function<HRESULT(std::string &)> fnRead, IMimeMessage **ppMessage,
+                             std::function<HRESULT(std::string &, bool *)> fnReadHead) {
+    if (!ppMessage) return E_POINTER;
+    *ppMessage = nullptr;
+    auto pReader = std::unique_ptr<IMimeLaterReader>(
+        new (std::nothrow) CFunctionReader(std::move(fnRead), std::move(fnReadHead)));
+    if (!pReader) return E_OUTOFMEMORY;
+    return MimeOpenMessageLater(std::move(pReader), ppMessage);
 }
 
 HRESULT MimeOleOpenMessageFile(LPCSTR pszPath, IMimeMessage **ppMessage) {

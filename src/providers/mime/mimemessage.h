@@ -7,7 +7,7 @@
 // whose bodies changed is written by GMime.
 #pragma once
 
-#include <functional>
+#include <memory>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -17,6 +17,7 @@
 #include "providers/mime/gmimeutil.h"
 #include "providers/mime/headerindex.h"
 #include "providers/mime/headers.h"
+#include "providers/mime/messagelater.h"
 
 class CMimeMessage final : public CRefCounted<IMimeMessage> {
 public:
@@ -26,13 +27,11 @@ public:
 
     // Replaces the content with these bytes, unparsed.
     void LoadBytes(std::string strSource);
-    // Replaces the content with the bytes fnRead gives at the first call that needs them. A failed read fails
-    // that call with its code and is tried again at the next. With fnReadHead, a call that needs only the top
-    // headers reads the first bytes alone (up to the header block's end; *pbWhole when they are all of them).
-    // The whole read that may follow replaces them: if the file changed in between, every later call sees the
-    // file as it is then, its headers too, never its old headers with its new body.
-    void LoadLater(std::function<HRESULT(std::string &)> fnRead,
-                   std::function<HRESULT(std::string &, bool *pbWhole)> fnReadHead = nullptr);
+    // Replaces the content with the bytes pReader gives at the first call that needs them. A failed read fails
+    // that call with its code and is tried again at the next. A call that needs only the top headers reads the
+    // first bytes alone (ReadHead). The whole read that may follow replaces them: if the file changed in between,
+    // every later call sees the file as it is then, its headers too, never its old headers with its new body.
+    void LoadLater(std::unique_ptr<IMimeLaterReader> pReader);
 
     // IUnknown
     HRESULT QueryInterface(REFIID riid, void **ppv) override;
@@ -101,12 +100,11 @@ private:
     HRESULT AddAttachment(std::string strData, const char *pszContentType, const char *pszFileName,
                           LPHBODY phBody);
 
-    std::function<HRESULT(std::string &)> m_fnRead; // where the bytes come from, until they are read
-    std::function<HRESULT(std::string &, bool *)> m_fnReadHead; // where the first bytes come from, until read
+    std::unique_ptr<IMimeLaterReader> m_pLater; // where the bytes come from, until they are read
     // The bytes last loaded or saved; the first of them alone while m_bHeadOnly. Streams of the plain body share
     // them: they are replaced, never changed.
     CMimeSharedBytes m_source;
-    bool m_bHeadOnly = false;            // m_source holds the header block, m_fnRead the whole
+    bool m_bHeadOnly = false;            // m_source holds the header block, m_pLater the whole
     CMimeHeaderIndex m_index;            // the top header block of m_source while nothing was edited
     GMimeMessage *m_pHeaders = nullptr;  // the header block alone, until the tree is parsed
     GMimeMessage *m_pMessage = nullptr;  // the parsed tree
