@@ -48,8 +48,7 @@ private:
                           IStoreFolder **ppFolder);
     // Runs fnUse on the message's file; if the file went (renamed by a flag change, say) it looks again once.
     // Without bFile fnUse reads only the index: it gets no path, and only a message missing from the index is
-    // looked for again.
-    // fnUse(const IndexedMessage &, const std::string &strPath) -> HRESULT.
+    // looked for again. fnUse(const IndexedMessage &, const std::string &strPath) gives an HRESULT.
     template <class FnUse> HRESULT WithMessage(MESSAGEID id, const FnUse &fnUse, bool bFile = true);
     // The reads of a message object opened for an id: they hold the folder, and go through the index then.
     class CMessageReader;
