@@ -6,7 +6,6 @@
 
 #include "mimetestutil.h"
 #include "providers/mime/fileio.h"
-#include "providers/mime/messagelater.h"
 #include "support/file_text.h"
 #include "support/paths.h"
 
@@ -25,7 +24,7 @@ struct ReadCounts {
 // A message over the file, as the store opens one: header block first, whole file when needed.
 void OpenHeadFirst(const std::filesystem::path &path, ReadCounts *pCounts, IMimeMessage **ppMessage) {
     std::string strPath = path.string();
-    ASSERT_EQ(S_OK, MimeOpenMessageLater(
+    ASSERT_EQ(S_OK, OpenMessageLater(
                         [strPath, pCounts](std::string &strOut) {
                             ++pCounts->cWhole;
                             return MimeReadFile(strPath.c_str(), strOut);

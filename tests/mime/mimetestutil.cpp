@@ -6,6 +6,7 @@
 #include <cstdlib>
 
 #include "providers/mime/bytestream.h"
+#include "providers/mime/messagelater.h"
 
 namespace mimetest {
 
@@ -99,6 +100,31 @@ std::string BodyData(IMimeMessage *pMessage, HBODY hBody) {
     HRESULT hr = pMessage->BindToObject(hBody, IID_IStream, reinterpret_cast<void **>(&pStream));
     if (hr != S_OK) return HrText(hr);
     return ReadAll(pStream.get());
+}
+
+namespace {
+
+class CFunctionReader final : public IMimeLaterReader {
+public:
+    CFunctionReader(std::function<HRESULT(std::string &)> fnRead,
+                    std::function<HRESULT(std::string &, bool *)> fnReadHead)
+        : m_fnRead(std::move(fnRead)), m_fnReadHead(std::move(fnReadHead)) {}
+    HRESULT Read(std::string &strOut) override { return m_fnRead(strOut); }
+    HRESULT ReadHead(std::string &strOut, bool *pbWhole) override {
+        return m_fnReadHead ? m_fnReadHead(strOut, pbWhole) : IMimeLaterReader::ReadHead(strOut, pbWhole);
+    }
+
+private:
+    std::function<HRESULT(std::string &)> m_fnRead;
+    std::function<HRESULT(std::string &, bool *)> m_fnReadHead;
+};
+
+} // namespace
+
+HRESULT OpenMessageLater(std::function<HRESULT(std::string &)> fnRead, IMimeMessage **ppMessage,
+                         std::function<HRESULT(std::string &, bool *)> fnReadHead) {
+    return MimeOpenMessageLater(std::make_unique<CFunctionReader>(std::move(fnRead), std::move(fnReadHead)),
+                                ppMessage);
 }
 
 } // namespace mimetest

@@ -1,6 +1,7 @@
 // Helpers of the MIME tests: messages from literal text, and the reads the tests repeat.
 #pragma once
 
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -54,5 +55,9 @@ std::string BodyData(IMimeMessage *pMessage, HBODY hBody);
 void MakeStream(const std::string &strData, IStream **ppStream);
 
 std::string HrText(HRESULT hr);
+
+// A message read later through these functions; without fnReadHead, every read reads all of it.
+HRESULT OpenMessageLater(std::function<HRESULT(std::string &)> fnRead, IMimeMessage **ppMessage,
+                         std::function<HRESULT(std::string &, bool *pbWhole)> fnReadHead = nullptr);
 
 } // namespace mimetest

@@ -6,7 +6,6 @@
 #include <fstream>
 
 #include "mimetestutil.h"
-#include "providers/mime/messagelater.h"
 #include "support/paths.h"
 
 using namespace mimetest;
@@ -124,7 +123,7 @@ TEST(MessageReadLater, ReadsOnlyWhenACallNeedsTheBytesAndRetriesAFailure) {
     int cReads = 0;
     HRESULT hrNext = STG_E_FILENOTFOUND;
     IMimeMessage *pMessage = nullptr;
-    ASSERT_EQ(MimeOpenMessageLater(
+    ASSERT_EQ(OpenMessageLater(
                   [&](std::string &strOut) {
                       ++cReads;
                       if (FAILED(hrNext)) return hrNext;
@@ -147,7 +146,7 @@ TEST(MessageReadLater, ReadsOnlyWhenACallNeedsTheBytesAndRetriesAFailure) {
 
     // Released unread: never read.
     cReads = 0;
-    ASSERT_EQ(MimeOpenMessageLater([&](std::string &) { return ++cReads, S_OK; }, &pMessage), S_OK);
+    ASSERT_EQ(OpenMessageLater([&](std::string &) { return ++cReads, S_OK; }, &pMessage), S_OK);
     pMessage->Release();
     EXPECT_EQ(cReads, 0);
 }
@@ -155,7 +154,7 @@ TEST(MessageReadLater, ReadsOnlyWhenACallNeedsTheBytesAndRetriesAFailure) {
 TEST(MessageReadLater, ALoadOrANewMessageReplacesTheReadToCome) {
     int cReads = 0;
     IMimeMessage *pMessage = nullptr;
-    ASSERT_EQ(MimeOpenMessageLater([&](std::string &) { return ++cReads, E_FAIL; }, &pMessage), S_OK);
+    ASSERT_EQ(OpenMessageLater([&](std::string &) { return ++cReads, E_FAIL; }, &pMessage), S_OK);
     Ref<IStream> pStream;
     MakeStream(std::string(kHead) + "\r\nloaded\r\n", &pStream);
     ASSERT_EQ(pMessage->Load(pStream.get()), S_OK);

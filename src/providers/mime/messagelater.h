@@ -2,7 +2,6 @@
 // close, or by reads that a caller serves from elsewhere, costs no file read and no parse.
 #pragma once
 
-#include <functional>
 #include <memory>
 #include <string>
 
@@ -27,6 +26,3 @@ public:
 // the reader's code, and the next call tries again). Calls that read only the top headers take the first bytes
 // ReadHead gives, and Read is called only when a call needs more. The caller owns the one reference.
 HRESULT MimeOpenMessageLater(std::unique_ptr<IMimeLaterReader> pReader, IMimeMessage **ppMessage);
-// The same with the reads as functions; without fnReadHead, every read reads all of it.
-HRESULT MimeOpenMessageLater(std::function<HRESULT(std::string &)> fnRead, IMimeMessage **ppMessage,
-                             std::function<HRESULT(std::string &, bool *pbWhole)> fnReadHead = nullptr);

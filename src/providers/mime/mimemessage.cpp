@@ -504,35 +504,6 @@ HRESULT MimeOpenMessageLater(std::unique_ptr<IMimeLaterReader> pReader, IMimeMes
     return S_OK;
 }
 
-namespace {
-
-class CFunctionReader final : public IMimeLaterReader {
-public:
-    CFunctionReader(std::function<HRESULT(std::string &)> fnRead,
-                    std::function<HRESULT(std::string &, bool *)> fnReadHead)
-        : m_fnRead(std::move(fnRead)), m_fnReadHead(std::move(fnReadHead)) {}
-    HRESULT Read(std::string &strOut) override { return m_fnRead(strOut); }
-    HRESULT ReadHead(std::string &strOut, bool *pbWhole) override {
-        return m_fnReadHead ? m_fnReadHead(strOut, pbWhole) : IMimeLaterReader::ReadHead(strOut, pbWhole);
-    }
-
-private:
-    std::function<HRESULT(std::string &)> m_fnRead;
-    std::function<HRESULT(std::string &, bool *)> m_fnReadHead;
-};
-
-} // namespace
-
-HRESULT MimeOpenMessageLater(std::function<HRESULT(std::string &)> fnRead, IMimeMessage **ppMessage,
-                             std::function<HRESULT(std::string &, bool *)> fnReadHead) {
-    if (!ppMessage) return E_POINTER;
-    *ppMessage = nullptr;
-    auto pReader = std::unique_ptr<IMimeLaterReader>(
-        new (std::nothrow) CFunctionReader(std::move(fnRead), std::move(fnReadHead)));
-    if (!pReader) return E_OUTOFMEMORY;
-    return MimeOpenMessageLater(std::move(pReader), ppMessage);
-}
-
 HRESULT MimeOleOpenMessageFile(LPCSTR pszPath, IMimeMessage **ppMessage) {
     if (!ppMessage) return E_POINTER;
     *ppMessage = nullptr;
