@@ -351,7 +351,9 @@ TEST_F(HeadReadAheadTest, IdleWorkersEndAndNewOnesTakeOver) {
     for (int nRound = 0; nRound < 2; ++nRound) {
         ahead.Ask(paths);
         for (const std::string &strPath : paths) {
-            if (!ahead.Take(strPath, strOut, &bWhole)) ASSERT_TRUE(TakeSoon(ahead, strPath, strOut, &bWhole));
+            if (!ahead.Take(strPath, strOut, &bWhole)) {
+                ASSERT_TRUE(TakeSoon(ahead, strPath, strOut, &bWhole));
+            }
             EXPECT_EQ(strOut, "Subject: " + strPath.substr(strPath.rfind('m') + 1) + "\n\n");
         }
         EXPECT_TRUE(Soon([&] { return ThreadCount() == nThreads; })) << "round " << nRound;
